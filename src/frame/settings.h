@@ -1,0 +1,24 @@
+// Reading the ten settings from kestrix.ini in the current directory.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "frame/library_state.h"
+
+namespace kx {
+
+// The current directory, a separator, then "kestrix.ini"; built anew for every read.
+std::string SettingsPath();
+
+// The text of a key, or the empty string when the platform reports a length of 0.
+std::string ReadStringSetting(const std::string &file, const char *section, const char *key,
+                              const char *defaultText);
+
+// atol of the text read, with defaultValue rendered in decimal as the default text.
+int32_t ReadIntSetting(const std::string &file, const char *section, const char *key, int32_t defaultValue);
+
+// Reads all ten settings in their order, each with its current value as default.
+void readSettings(Settings &target);
+
+}  // namespace kx
