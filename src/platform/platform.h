@@ -18,4 +18,22 @@ int64_t currentTime();
 uint8_t *allocImageBits(uint32_t size);
 void freeImageBits(uint8_t *bits);
 
+// The process's current directory as the platform reports it (no trailing separator, unless it
+// is a root), and the separator that goes between it and a file name.
+std::string currentDirectory();
+#if defined(_WIN32)
+constexpr char kPathSeparator = '\\';
+#else
+constexpr char kPathSeparator = '/';
+#endif
+
+// GetPrivateProfileStringA: copies the key's value, or defaultText when the file, section or key
+// is missing, into buffer (size characters with the terminator) and returns the length copied.
+uint32_t readProfileString(const char *section, const char *key, const char *defaultText, char *buffer,
+                           uint32_t size, const char *file);
+
+// WideCharToMultiByte(CP_ACP, 0, text, length, buffer, size, NULL, NULL): the bytes written, or 0
+// when the conversion fails (a result that does not fit writes nothing).
+int32_t wideToNarrow(const uint16_t *text, int32_t length, char *buffer, int32_t size);
+
 }  // namespace kx::platform
