@@ -1,0 +1,69 @@
+#include "kernels/colour/yuv420.h"
+
+#include <cstddef>
+
+#include "kernels/core/level.h"
+
+namespace px {
+
+PxStatus rgbToYuv420Rows(const uint8_t *src, int32_t srcStep, uint8_t *const planes[3], const int32_t planeSteps[3],
+                         PxSize size, RgbToYuv420RowPair rowPair) {
+    if (src == nullptr || planes == nullptr) return PxStsNullPtr;
+    if (size.width < 1 || size.height < 1) return PxStsBadSize;
+    if (planes[0] == nullptr || planes[1] == nullptr || planes[2] == nullptr) return PxStsNullPtr;
+
+    // The odd last row and column are neither read nor written.
+    const int32_t blocks = size.width >> 1;
+    const int32_t pairs = size.height >> 1;
+    if (blocks > 0) {
+        for (int32_t j = 0; j < pairs; ++j) {
+            const uint8_t *s0 = src + static_cast<ptrdiff_t>(2 * j) * srcStep;
+            uint8_t *y0 = planes[0] + static_cast<ptrdiff_t>(2 * j) * planeSteps[0];
+            rowPair(s0, s0 + srcStep, y0, y0 + planeSteps[0], planes[1] + static_cast<ptrdiff_t>(j) * planeSteps[1],
+                    planes[2] + static_cast<ptrdiff_t>(j) * planeSteps[2], blocks);
+        }
+    }
+    return ((size.width | size.height) & 1) ? PxStsOddSize : PxStsOk;
+}
+
+PxStatus yuv420ToRgbRows(const uint8_t *const planes[3], const int32_t planeSteps[3], uint8_t *dst, int32_t dstStep,
+                         PxSize size, Yuv420ToRgbRowPair rowPair) {
+    if (dst == nullptr || planes == nullptr) return PxStsNullPtr;
+    if (size.width < 1 || size.height < 1) return PxStsBadSize;
+    if (planes[0] == nullptr || planes[1] == nullptr || planes[2] == nullptr) return PxStsNullPtr;
+
+    const int32_t blocks = size.width >> 1;
+    const int32_t pairs = size.height >> 1;
+    if (blocks > 0) {
+        for (int32_t j = 0; j < pairs; ++j) {
+            const uint8_t *y0 = planes[0] + static_cast<ptrdiff_t>(2 * j) * planeSteps[0];
+            uint8_t *d0 = dst + static_cast<ptrdiff_t>(2 * j) * dstStep;
+            rowPair(y0, y0 + planeSteps[0], planes[1] + static_cast<ptrdiff_t>(j) * planeSteps[1],
+                    planes[2] + static_cast<ptrdiff_t>(j) * planeSteps[2], d0, d0 + dstStep, blocks);
+        }
+    }
+    return ((size.width | size.height) & 1) ? PxStsOddSize : PxStsOk;
+}
+
+namespace {
+
+const DispatchTable<PxStatus(const uint8_t *, int32_t, uint8_t *const[3], const int32_t[3], PxSize)>
+    rgbToYuv420Table = {pxRgbToYuv420_ref, pxRgbToYuv420_fixed15, pxRgbToYuv420_fixed15, pxRgbToYuv420_fixed15,
+                        pxRgbToYuv420_fixed15};
+
+const DispatchTable<PxStatus(const uint8_t *const[3], const int32_t[3], uint8_t *, int32_t, PxSize)>
+    yuv420ToRgbTable = {pxYuv420ToRgb_ref, pxYuv420ToRgb_fixed15, pxYuv420ToRgb_fixed15, pxYuv420ToRgb_fixed15,
+                        pxYuv420ToRgb_fixed15};
+
+}  // namespace
+}  // namespace px
+
+extern "C" PX_API PxStatus pxRgbToYuv420(const uint8_t *src, int32_t srcStep, uint8_t *const planes[3],
+                                         const int32_t planeSteps[3], PxSize size) {
+    return px::rgbToYuv420Table[px::PxLevel](src, srcStep, planes, planeSteps, size);
+}
+
+extern "C" PX_API PxStatus pxYuv420ToRgb(const uint8_t *const planes[3], const int32_t planeSteps[3], uint8_t *dst,
+                                         int32_t dstStep, PxSize size) {
+    return px::yuv420ToRgbTable[px::PxLevel](planes, planeSteps, dst, dstStep, size);
+}
