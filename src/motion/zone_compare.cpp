@@ -1,0 +1,217 @@
+#include <cstddef>
+#include <cstring>
+#include <vector>
+
+#include "motion/motion_detector.h"
+#include "platform/platform.h"
+
+namespace kx {
+
+int32_t KeepWholeFrame = 0;
+
+namespace {
+
+// The hit table followed by the limit table, in one block as the two lie in memory: a
+// sensitivity of 10 to 19 reads its hit count from the limit table, and a negative one reads its
+// limit from the end of the hit table. An index that leaves the block altogether has no meaning;
+// it is clamped to the block's first or last entry so that it never reads out of bounds.
+constexpr int32_t kZoneTables[20] = {
+    8,  7,  5,  4,  3,  3, 2, 2, 1, 1,  // hit count: changed samples in a window that fire
+    14, 13, 12, 11, 10, 9, 8, 7, 6, 5,  // limit: how far a sample must move to count
+};
+
+int32_t tableEntry(int64_t index) {
+    if (index < 0) index = 0;
+    if (index > 19) index = 19;
+    return kZoneTables[index];
+}
+
+// Row step in 32-bit units: rows of a motion frame end on a 32-bit boundary.
+int32_t rowUnits(int32_t width, int32_t bitCount) { return (width * bitCount + 31) / 32; }
+
+ptrdiff_t rowBytes(int32_t width, int32_t bitCount) { return ptrdiff_t{rowUnits(width, bitCount)} * 4; }
+
+// A two-pixel margin around the frame is never watched.
+constexpr int32_t kMargin = 2;
+// A zone below this share of the frame's bytes keeps only its own region as reference.
+constexpr uint32_t kCropBelowPercent = 76;
+
+}  // namespace
+
+int32_t zoneHitCount(int32_t sensitivity) { return tableEntry(sensitivity); }
+int32_t zoneLimit(int32_t sensitivity) { return tableEntry(int64_t{10} + sensitivity); }
+
+bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
+    if (!reference) return false;
+    const int32_t H = frame.biHeight;
+    const int32_t W = frame.biWidth;
+    const int32_t bpp = frame.biBitCount;
+    const BITMAPINFOHEADER &ref = reference->header;
+    const int32_t refW = ref.biWidth;
+    const int32_t refH = ref.biHeight;
+    const int32_t refBpp = ref.biBitCount;
+
+    // The frame's row step is taken with the reference's bit count; they agree unless the
+    // stream changed format without a new MotionInit.
+    const ptrdiff_t frameStep = rowBytes(W, refBpp);
+    const ptrdiff_t refStep = rowBytes(refW, refBpp);
+    const ptrdiff_t frameX = (bpp * pixelRect.left + 7) / 8;
+    const ptrdiff_t refX = (refBpp * referenceRect.left + 7) / 8;
+    const int32_t spanX = referenceRect.right - referenceRect.left;
+    const int32_t spanY = referenceRect.bottom - referenceRect.top;
+    const int32_t need = zoneHitCount(sensitivity);
+    // Table limits are in units of the 16-bit path's masked five-bit values; 8-bit samples move
+    // eight times as far.
+    int32_t limit = zoneLimit(sensitivity);
+    if (bpp == 24) limit *= 8;
+    limit *= limit;
+
+    // Three rows of counters in the roles oldest, middle, newest. A changed sample adds one at its
+    // own column and the two sample columns to its right in all three rows, so the oldest row's
+    // counter at x holds the changed samples of the 3 by 3 sample window ending at (x, y).
+    const size_t rowLength = static_cast<size_t>(refW) + 8;
+    std::vector<uint8_t> counters(3 * rowLength, 0);
+    uint8_t *oldest = counters.data();
+    uint8_t *middle = oldest + rowLength;
+    uint8_t *newest = middle + rowLength;
+
+    // 16-bit frames stop at the zone's width. Every other frame stops at the reference's width:
+    // with a whole-frame reference that runs past the zone's right edge and on into the next
+    // memory row, in frame and reference alike, and samples there can fire the zone.
+    const bool sixteen = bpp == 16;
+    const int32_t endX = sixteen ? spanX : refW;
+    // Four pixels a sample: 8 bytes for 16-bit, otherwise 12 whatever the real pixel size.
+    const ptrdiff_t sampleBytes = sixteen ? 8 : 12;
+
+    uint32_t found = 0;
+    for (int32_t y = 0; y < spanY && !found; y += 4) {
+        const uint8_t *frameRow = pixels + (ptrdiff_t{H} - pixelRect.top - y - 1) * frameStep + frameX;
+        const uint8_t *refRow = reference->bits + (ptrdiff_t{refH} - referenceRect.top - y - 1) * refStep + refX;
+        for (int32_t x = 0; x < endX; x += 4) {
+            const ptrdiff_t at = ptrdiff_t{x / 4} * sampleBytes;
+            // Only the first byte of a pixel is looked at; 16-bit pixels keep bits 1 to 4 of it.
+            const int32_t d = sixteen ? (frameRow[at] & 30) - (refRow[at] & 30) : frameRow[at] - refRow[at];
+            if (d * d > limit) {
+                for (uint8_t *row : {oldest, middle, newest}) {
+                    ++row[x];
+                    ++row[x + 4];
+                    ++row[x + 8];
+                }
+            }
+            if (oldest[x] >= need) {
+                found = 1;
+                triggerPoint = ZonePoint{x + pixelRect.left, y + pixelRect.top};
+                break;
+            }
+        }
+        uint8_t *spare = oldest;
+        oldest = middle;
+        middle = newest;
+        std::memset(spare, 0, rowLength);
+        newest = spare;
+    }
+
+    if (found == inMotion) return false;
+    inMotion = found;
+    return true;
+}
+
+void MotionZone::updateReference(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
+    const int32_t H = frame.biHeight;
+    const int32_t W = frame.biWidth;
+    const int32_t bpp = frame.biBitCount;
+
+    if (!reference) {
+        // The zone's first frame settles the geometry until the next MotionInit.
+        DibBuffer::create(&reference);
+        frameRect = RECT{0, 0, W, H};
+        const int32_t frameW = frameRect.right - frameRect.left;
+        const int32_t frameH = frameRect.bottom - frameRect.top;
+        pixelRect.left = platform::mulDiv(zoneRect.left, frameW, W);
+        pixelRect.right = platform::mulDiv(zoneRect.right, frameW, W);
+        pixelRect.top = platform::mulDiv(zoneRect.top, frameH, H);
+        pixelRect.bottom = platform::mulDiv(zoneRect.bottom, frameH, H);
+        // Each side once, not against each other.
+        if (pixelRect.left < kMargin) pixelRect.left = kMargin;
+        if (pixelRect.top < kMargin) pixelRect.top = kMargin;
+        if (pixelRect.right > W - kMargin) pixelRect.right = W - kMargin;
+        if (pixelRect.bottom > H - kMargin) pixelRect.bottom = H - kMargin;
+
+        BITMAPINFOHEADER &header = reference->header;
+        std::memcpy(&header, &frame, sizeof(header));
+        // Both sizes and the percentage in 32-bit unsigned arithmetic: once a zone passes about
+        // 43 MB the product wraps, and a zone of nearly the whole frame can come out cropped.
+        const int32_t zoneW = pixelRect.right - pixelRect.left;
+        const int32_t zoneH = pixelRect.bottom - pixelRect.top;
+        const uint32_t fullBytes = static_cast<uint32_t>(rowUnits(W, bpp)) * static_cast<uint32_t>(H) * 4u;
+        const uint32_t zoneBytes =
+            static_cast<uint32_t>(rowUnits(zoneW, header.biBitCount)) * static_cast<uint32_t>(zoneH) * 4u;
+        const uint32_t percent = zoneBytes * 100u / fullBytes;
+        if (KeepWholeFrame == 0 && percent < kCropBelowPercent) {
+            header.biWidth = zoneW;
+            header.biHeight = zoneH;
+            header.biSizeImage = zoneBytes;
+            referenceRect = RECT{0, 0, zoneW, zoneH};
+        } else {
+            referenceRect = pixelRect;
+            header.biSizeImage = fullBytes;
+        }
+        reference->prepare(&header);
+    }
+
+    const BITMAPINFOHEADER &header = reference->header;
+    if (header.biWidth == frame.biWidth && header.biHeight == frame.biHeight) {
+        std::memcpy(reference->bits, pixels, header.biSizeImage);
+        return;
+    }
+    // Image row i of the zone onto image row i of the reference, both bottom-up.
+    const int32_t refH = header.biHeight;
+    const ptrdiff_t refStep = rowBytes(header.biWidth, header.biBitCount);
+    const ptrdiff_t step = rowBytes(W, bpp);
+    const ptrdiff_t frameX = (bpp * pixelRect.left + 7) / 8;
+    for (int32_t i = 0; i < refH; ++i)
+        std::memcpy(reference->bits + (ptrdiff_t{refH} - 1 - i) * refStep,
+                    pixels + (ptrdiff_t{H} - i - pixelRect.top - 1) * step + frameX, static_cast<size_t>(refStep));
+}
+
+void MotionDetector::compare(const BITMAPINFOHEADER *frame, const uint8_t *pixels) {
+    if (warmUpFrames < kWarmUpFrames) {
+        ++warmUpFrames;
+        return;
+    }
+    uint32_t sum = 0;
+    for (int32_t i = 0; i < zones.size(); ++i) {
+        MotionZone &zone = *zones[i];
+        if (zone.compare(*frame, pixels)) lastChangeTime = platform::currentTime();
+        if (zone.inMotion) sum += zone.inMotion;
+        zone.updateReference(*frame, pixels);
+    }
+    if (sum != activeSum) {
+        // A new phase begins when motion starts or stops, not when the number of zones changes.
+        if ((sum == 0) != (activeSum == 0)) framesInPhase = 0;
+        activeSum = sum;
+    }
+    ++framesInPhase;
+}
+
+uint8_t MotionDetector::mask() const {
+    uint8_t bits = 0;
+    for (int32_t i = 0; i < zones.size(); ++i) {
+        const MotionZone *zone = zones[i];
+        // An 8-bit one shifted by i modulo 32: zones 8 to 31 fall off the byte, zone 32 is bit 0.
+        if (zone && zone->inMotion) bits |= static_cast<uint8_t>(1u << (i & 31));
+    }
+    return bits;
+}
+
+}  // namespace kx
+
+extern "C" KX_API int32_t MotionCompare(void *detector, const BITMAPINFOHEADER *frame, const uint8_t *pixels,
+                                        uint8_t *mask) {
+    *mask = 0;
+    if (!detector) return 1;
+    auto *motion = static_cast<kx::MotionDetector *>(detector);
+    motion->compare(frame, pixels);
+    *mask |= motion->mask();
+    return 1;
+}
