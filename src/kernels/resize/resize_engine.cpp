@@ -1,0 +1,231 @@
+#include "kernels/resize/resize_engine.h"
+
+#include <algorithm>
+
+#include "kernels/resize/resize_image.h"
+
+namespace px {
+namespace {
+
+// Lifts a position that lies a hair below a whole number, after the rounding of a running sum,
+// onto that number.
+constexpr double kE = 1e-7;
+
+// Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
+// (or not a number) gives the most negative value.
+int32_t truncate(double v) {
+    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
+    return INT32_MIN;
+}
+
+// A 32-bit product, wrapping as the 32-bit multiplication does.
+int32_t mul32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
+// Output length of an axis from its scaled length s: PxStsNoResult under half a pixel.
+PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
+    int32_t n = truncate(s + kE);
+    if (n >= limit) {
+        n = limit;
+    } else if (n < 1) {
+        if (s + kE < 0.5) return PxStsNoResult;
+        n = 1;
+    }
+    *length = n;
+    return PxStsOk;
+}
+
+// Output length of an axis when the factor is the step itself; s is the source span over the step.
+int32_t steppedLength(double s, int32_t limit, bool nearest) {
+    const int32_t c = truncate(s + kE);
+    if (c < limit - 1) return std::max(1, nearest ? c : c + 1);
+    return limit;
+}
+
+// Nearest: the entry is the truncated position, unclamped, times the scale.
+void nearestTable(int32_t *index, int32_t count, double position, double step, int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        index[k] = mul32(truncate(position + kE), scale);
+        position += step;  // a running sum: its rounding is part of the result
+    }
+}
+
+// Linear rows: the entry of the upper row and the weight of the lower. At the image's own last row
+// (limit) the pair moves up one row and the lower row takes the full weight.
+void linearRowTable(int32_t *index, uint16_t *weight, int32_t count, double position, double step, int32_t limit,
+                    int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t i = truncate(position + kE);
+        if (i == limit) {
+            index[k] = mul32(i - 1, scale);
+            weight[k] = 16384;
+        } else {
+            index[k] = mul32(i, scale);
+            weight[k] = static_cast<uint16_t>(truncate((position - i) * 16384.0 + kE));
+        }
+        position += step;
+    }
+}
+
+// Linear columns: the entry of the left pixel and the pair of weights, left then right.
+void linearColumnTable(int32_t *index, uint16_t *weight, int32_t count, double position, double step, int32_t limit,
+                       int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t i = truncate(position + kE);
+        if (i == limit) {
+            index[k] = mul32(i - 1, scale);
+            weight[2 * k] = 0;
+            weight[2 * k + 1] = 16384;
+        } else {
+            const int32_t w = truncate((position - i) * 16384.0 + kE);
+            index[k] = mul32(i, scale);
+            weight[2 * k] = static_cast<uint16_t>(16384 - w);
+            weight[2 * k + 1] = static_cast<uint16_t>(w);
+        }
+        position += step;
+    }
+}
+
+// Element counts that do not fit the 32-bit count of the allocators fail as exhausted memory.
+int32_t allocCount(int64_t count) { return count > INT32_MAX ? 0 : static_cast<int32_t>(count); }
+
+}  // namespace
+
+PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, int32_t srcWidth, int32_t srcHeight,
+                      int32_t srcStep, PxRect *srcRect, void *dst, int32_t dstStep, PxSize dstSize, double xFactor,
+                      double yFactor, double xShift, double yShift, int32_t pixelStride, int32_t channels,
+                      int32_t dataType, int32_t planar, int32_t interpolation, int32_t factorsAreScale) {
+    if (src == nullptr || dst == nullptr) return PxStsNullPtr;
+    if (srcWidth < 1 || srcHeight < 1) return PxStsBadSize;
+    PxRect &rect = *srcRect;
+    if (rect.x < 0 || rect.y < 0 || rect.width < 1 || rect.height < 1) return PxStsBadSize;
+    if (srcWidth <= rect.x || srcHeight <= rect.y) return PxStsNoIntersection;
+    if (dstSize.width < 1 || dstSize.height < 1) return PxStsBadSize;
+    if (xFactor <= 0.0 || yFactor <= 0.0) return PxStsBadFactor;
+    if (interpolation != PxNearest && interpolation != PxLinear && interpolation != PxCubic &&
+        interpolation != PxLanczos)
+        return PxStsBadInterpolation;
+
+    // Lowered on the whole source, never on the rectangle: the taps of the wider kernels need that
+    // many pixels of image around them.
+    if (srcWidth < 8 || srcHeight < 8) {
+        if (interpolation == PxLanczos) interpolation = PxCubic;
+        if (srcWidth < 4 || srcHeight < 4) {
+            if (interpolation == PxCubic) interpolation = PxLinear;
+            if (srcWidth < 2 || srcHeight < 2) interpolation = PxNearest;
+        }
+    }
+    const bool nearest = interpolation == PxNearest;
+
+    if (int64_t{rect.x} + rect.width > srcWidth) rect.width = srcWidth - rect.x;
+    if (int64_t{rect.y} + rect.height > srcHeight) rect.height = srcHeight - rect.y;
+    const int32_t rw = rect.width;
+    const int32_t rh = rect.height;
+
+    int32_t dstW = 0, dstH = 0;
+    double xStep, yStep, x0, y0;
+    if (factorsAreScale == 1) {
+        const double sx = rw * xFactor;
+        const double sy = rh * yFactor;
+        if (const PxStatus s = scaledLength(sx, dstSize.width, &dstW); s != PxStsOk) return s;
+        if (const PxStatus s = scaledLength(sy, dstSize.height, &dstH); s != PxStsOk) return s;
+        if (nearest) {
+            // The grid is centred on the output pixels.
+            xStep = 1.0 / xFactor;
+            yStep = 1.0 / yFactor;
+            x0 = xStep * 0.5;
+            y0 = yStep * 0.5;
+        } else {
+            // The first output pixel lies on the rectangle's first pixel, and for a whole sx the last
+            // one on its last pixel.
+            xStep = sx > 1.0 ? (rw - 1) / (sx - 1.0) : 0.0;
+            yStep = sy > 1.0 ? (rh - 1) / (sy - 1.0) : 0.0;
+            x0 = 0.0;
+            y0 = 0.0;
+        }
+    } else {
+        dstW = steppedLength((nearest ? rw : rw - 1) / xFactor, dstSize.width, nearest);
+        dstH = steppedLength((nearest ? rh : rh - 1) / yFactor, dstSize.height, nearest);
+        xStep = xFactor;
+        yStep = yFactor;
+        x0 = nearest ? xFactor * 0.5 : 0.0;
+        y0 = nearest ? yFactor * 0.5 : 0.0;
+    }
+
+    // Only slot 0 of the image tables is built: 8-bit samples, interleaved, three channels; and
+    // cubic and Lanczos are not built yet. Those requests end here, after every check and after the
+    // lowering (which may still turn them into linear or nearest, and those are served), before
+    // anything is allocated.
+    if (dataType != PxData8u || planar != 0 || channels != 3 || interpolation == PxCubic ||
+        interpolation == PxLanczos)
+        return PxStsBadInterpolation;
+
+    // Each product of the origin is formed in 32 bits and extended with its sign.
+    const uint8_t *origin =
+        static_cast<const uint8_t *>(src) + int64_t{mul32(rect.y, srcStep)} + int64_t{mul32(rect.x, pixelStride)};
+    auto *out = static_cast<uint8_t *>(dst);
+
+    // Everything is in hand before the image function runs, so a failed allocation writes nothing.
+    void *held[6] = {};
+    int heldCount = 0;
+    auto hold = [&](void *block) {
+        held[heldCount++] = block;
+        return block != nullptr;
+    };
+    auto releaseAll = [&] {
+        for (int k = 0; k < heldCount; ++k) pxFree(held[k]);
+    };
+    auto outOfMemory = [&] {
+        releaseAll();
+        return PxStsNoMem;
+    };
+
+    auto *yIndex = reinterpret_cast<int32_t *>(pxAlloc32(dstH));
+    if (!hold(yIndex)) return outOfMemory();
+    auto *xIndex = reinterpret_cast<int32_t *>(pxAlloc32(dstW));
+    if (!hold(xIndex)) return outOfMemory();
+
+    if (nearest) {
+        // 8-bit data: the steps in elements are the steps in bytes.
+        nearestTable(yIndex, dstH, y0 + yShift, yStep, srcStep);
+        nearestTable(xIndex, dstW, x0 + xShift, xStep, pixelStride);
+        functions.nearest(origin, out, dstStep, dstW, dstH, yIndex, xIndex, pixelStride);
+        releaseAll();
+        return PxStsOk;
+    }
+
+    uint16_t *yWeight = pxAlloc16(dstH);
+    if (!hold(yWeight)) return outOfMemory();
+    // The edge limits mark the image's own last row and column, counted from the rectangle.
+    linearRowTable(yIndex, yWeight, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
+    uint16_t *xWeight = pxAlloc16(allocCount(2 * int64_t{dstW}));
+    if (!hold(xWeight)) return outOfMemory();
+    linearColumnTable(xIndex, xWeight, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
+
+    const int32_t bufferCount = allocCount(3 * int64_t{dstW} + 12);
+    uint16_t *bufferA = pxAlloc16(bufferCount);
+    if (!hold(bufferA)) return outOfMemory();
+    uint16_t *bufferB = pxAlloc16(bufferCount);
+    if (!hold(bufferB)) return outOfMemory();
+
+    functions.linear(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yWeight, xWeight, bufferA, bufferB,
+                     pixelStride, channels);
+    releaseAll();
+    return PxStsOk;
+}
+
+namespace {
+constexpr ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage};
+}  // namespace
+
+PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,
+                        void *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, double xShift,
+                        double yShift, int32_t pixelStride, int32_t channels, int32_t dataType, int32_t planar,
+                        int32_t interpolation, int32_t factorsAreScale) {
+    return resizeEngine(kLevel0Images, src, srcWidth, srcHeight, srcStep, srcRect, dst, dstStep, dstSize, xFactor,
+                        yFactor, xShift, yShift, pixelStride, channels, dataType, planar, interpolation,
+                        factorsAreScale);
+}
+
+}  // namespace px

@@ -1,0 +1,41 @@
+// The general resize routine below pxResizeC3, and the level-0 form of the entry.
+#pragma once
+
+#include <cstdint>
+
+#include "kestrix/px.h"
+
+namespace px {
+
+// Element kinds of the engine.
+enum PxDataType : int32_t { PxData8u = 0, PxData16u = 1, PxData32f = 2 };
+
+// The image functions a level binds its copy of the engine to (slot 0 of each table: 8-bit,
+// interleaved, three channels). Declared in resize_image.h.
+struct ResizeImageFunctions {
+    void (*nearest)(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
+    void (*linear)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                   const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
+                   uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+};
+
+// Checks, clips srcRect (written back), lowers the interpolation on small sources, derives the
+// output size and the tables, and runs the image function of the given set. src points at the
+// image's first pixel, not at the rectangle's.
+PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, int32_t srcWidth, int32_t srcHeight,
+                      int32_t srcStep, PxRect *srcRect, void *dst, int32_t dstStep, PxSize dstSize, double xFactor,
+                      double yFactor, double xShift, double yShift, int32_t pixelStride, int32_t channels,
+                      int32_t dataType, int32_t planar, int32_t interpolation, int32_t factorsAreScale);
+
+// The level-0 engine.
+PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,
+                        void *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, double xShift,
+                        double yShift, int32_t pixelStride, int32_t channels, int32_t dataType, int32_t planar,
+                        int32_t interpolation, int32_t factorsAreScale);
+
+// The level-0 form of pxResizeC3.
+PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                        int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation);
+
+}  // namespace px
