@@ -1,0 +1,28 @@
+// Bringing a frame to a window's size: the choice of road and the part of the frame that fills
+// the window.
+#pragma once
+
+#include <cstdint>
+
+#include "kestrix/px.h"
+
+namespace kx::present {
+
+// The two paint exports differ in their crops of the known camera sizes.
+enum class PaintForm { Decompress2, Decompress3 };
+
+enum class Road {
+    SameSize,  // the frame has the window's size: painted as it is
+    Resize,    // FitRect resized into an 8-aligned image of the window's size
+    Crop,      // a known camera size whose crop has the window's size: painted with an offset
+};
+
+struct Fit {
+    Road road;
+    PxRect fitRect;  // the part of the frame that fills the window
+};
+
+// The road for a frame of frameWidth by frameHeight in a window of width by height.
+Fit chooseFit(PaintForm form, int32_t frameWidth, int32_t frameHeight, int32_t width, int32_t height);
+
+}  // namespace kx::present
