@@ -1,8 +1,9 @@
 // Loads the built library as a client does, with a settings file in the current directory, and
-// checks through ChangeGain3 that the file's values were read at load and kept.
+// checks through ChangeGain3 that the file was read at load and kept after the directory changed.
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "temp_dir.h"
@@ -19,96 +20,59 @@ namespace {
 
 using ChangeGain3Fn = int32_t (*)(const int32_t *, int32_t, int32_t *, int32_t *, int32_t *);
 
-constexpr const char *kCustomFile =
+// Y, W, stage, G, S in; stage, G, S out by default (no file) and with this file.
+constexpr const char *kFile =
     "[SHUTTERWITH]\r\nMIN=300\r\nMAX=400\r\nZOOMUPLEVEL=1200\r\nZOOMDOWNLEVEL=1100\r\n"
     "[YDC]\r\nDOWNLEVEL=150\r\nZOOMUPLEVEL=80\r\nZOOMDOWNLEVEL=90\r\n";
-
-struct AttachRow {
-    int32_t y, w, stage, g, s;
-    int32_t customStage, customG, customS;    // with the file above
-    int32_t defaultStage, defaultG, defaultS; // with no file
+const int32_t kRows[][11] = {
+    {91, 350, 64, 127, 511, 64, 96, 176, 64, 127, 176},   // by default below MIN; with the file in the window
+    {79, 1200, 64, 127, 176, 64, 127, 176, 64, 127, 511},  // W reaches ZOOMUPLEVEL 1200, Y under 80
+    {170, 100, 64, 32, 32, 64, 32, 32, 48, 32, 32},        // Y over DOWNLEVEL 150 outdoors: stage down
 };
 
-const AttachRow kRows[] = {
-    // W 350 is inside the window 300..400, so full exposure ends (Y 91 > 90); by default it is
-    // below MIN and the gain steps down from 127 to 96.
-    {91, 350, 64, 127, 511, 64, 127, 176, 64, 96, 176},
-    // W 1200 reaches ZOOMUPLEVEL and Y 79 is under 80: full exposure; by default nothing.
-    {79, 1200, 64, 127, 176, 64, 127, 511, 64, 127, 176},
-    // Y 170 is over DOWNLEVEL 150 at an outdoor width: the stage steps down; by default nothing.
-    {170, 100, 64, 32, 32, 48, 32, 32, 64, 32, 32},
-};
-
-// 0 when every row gives what the settings in force should give, else the first failing row + 1.
-int checkRows(ChangeGain3Fn changeGain3, bool custom) {
-    int rowNumber = 0;
-    for (const AttachRow &row : kRows) {
-        ++rowNumber;
-        int32_t stage = row.stage, g = row.g, s = row.s;
-        changeGain3(&row.y, row.w, &stage, &g, &s);
-        const int32_t wantStage = custom ? row.customStage : row.defaultStage;
-        const int32_t wantG = custom ? row.customG : row.defaultG;
-        const int32_t wantS = custom ? row.customS : row.defaultS;
-        if (stage != wantStage || g != wantG || s != wantS) return rowNumber;
+// 0 when every row gives what the settings in force should give, else the failing row's number.
+int checkRows(ChangeGain3Fn changeGain3, bool withFile) {
+    for (int i = 0; i < 3; ++i) {
+        const int32_t *row = kRows[i];
+        int32_t out[3] = {row[2], row[3], row[4]};
+        changeGain3(&row[0], row[1], &out[0], &out[1], &out[2]);
+        if (std::memcmp(out, row + (withFile ? 8 : 5), sizeof out) != 0) return i + 1;
     }
     return 0;
 }
 
 #if defined(_WIN32)
-
-std::string libraryPath() {
+int loadAndCheck(const std::filesystem::path &dir, bool withFile) {
+    kx::test::InDir inside(dir);
     std::string path = KX_LIBRARY_PATH;
-    // A cross build names the library by its host path; the host's root is drive Z: under Wine.
-    if (!path.empty() && path[0] == '/') path = "Z:" + path;
-    return path;
-}
-
-int loadAndCheck(const kx::test::TempDir &dir, bool custom) {
-    const std::filesystem::path saved = std::filesystem::current_path();
-    if (!SetCurrentDirectoryA(dir.path().string().c_str())) return 100;
-    HMODULE library = LoadLibraryA(libraryPath().c_str());
-    if (!library) return 101;
-    auto changeGain3 = reinterpret_cast<ChangeGain3Fn>(reinterpret_cast<void *>(GetProcAddress(library, "ChangeGain3")));
-    // The settings were read at load; a later directory holds no file and changes nothing.
-    SetCurrentDirectoryA(std::filesystem::temp_directory_path().string().c_str());
-    const int result = changeGain3 ? checkRows(changeGain3, custom) : 102;
+    if (path[0] == '/') path = "Z:" + path;  // the host's root is drive Z: under Wine
+    HMODULE library = LoadLibraryA(path.c_str());
+    if (!library) return 100;
+    std::filesystem::current_path(std::filesystem::temp_directory_path());
+    auto fn = reinterpret_cast<ChangeGain3Fn>(reinterpret_cast<void *>(GetProcAddress(library, "ChangeGain3")));
+    const int result = fn ? checkRows(fn, withFile) : 101;
     FreeLibrary(library);
-    std::filesystem::current_path(saved);
     return result;
 }
-
 #else
-
 // In a child process, so that every load is the library's first in its process.
-int loadAndCheck(const kx::test::TempDir &dir, bool custom) {
+int loadAndCheck(const std::filesystem::path &dir, bool withFile) {
     const pid_t pid = fork();
-    if (pid < 0) return 100;
     if (pid == 0) {
-        if (chdir(dir.path().c_str()) != 0) _exit(101);
-        void *library = dlopen(KX_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
-        if (!library) _exit(102);
-        auto changeGain3 = reinterpret_cast<ChangeGain3Fn>(dlsym(library, "ChangeGain3"));
-        if (!changeGain3) _exit(103);
-        // The settings were read at load; a later directory holds no file and changes nothing.
-        if (chdir("/") != 0) _exit(104);
-        _exit(checkRows(changeGain3, custom));
+        void *library = chdir(dir.c_str()) == 0 ? dlopen(KX_LIBRARY_PATH, RTLD_NOW) : nullptr;
+        auto fn = library ? reinterpret_cast<ChangeGain3Fn>(dlsym(library, "ChangeGain3")) : nullptr;
+        _exit(fn && chdir("/") == 0 ? checkRows(fn, withFile) : 100);
     }
     int status = 0;
-    if (waitpid(pid, &status, 0) != pid) return 105;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 106;
+    return pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status) ? WEXITSTATUS(status) : 101;
 }
-
 #endif
 
-TEST(Attach, SettingsFileInCurrentDirectory) {
-    kx::test::TempDir dir;
-    dir.write("kestrix.ini", kCustomFile);
-    EXPECT_EQ(loadAndCheck(dir, true), 0);
-}
-
-TEST(Attach, NoSettingsFileGivesDefaults) {
-    kx::test::TempDir dir;
-    EXPECT_EQ(loadAndCheck(dir, false), 0);
+TEST(Attach, SettingsComeFromTheCurrentDirectoryAtLoad) {
+    kx::test::TempDir withFile, empty;
+    withFile.write("kestrix.ini", kFile);
+    EXPECT_EQ(loadAndCheck(withFile.path, true), 0);
+    EXPECT_EQ(loadAndCheck(empty.path, false), 0);
 }
 
 }  // namespace

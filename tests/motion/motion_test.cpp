@@ -1,0 +1,236 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <tuple>
+#include <vector>
+
+#include "kestrix.h"
+#include "motion/motion_detector.h"
+#include "platform/platform.h"
+
+namespace kx {
+namespace {
+
+using Box = std::array<int32_t, 4>;
+Box box(const RECT &r) { return {r.left, r.top, r.right, r.bottom}; }
+std::array<int32_t, 2> point(const ZonePoint &p) { return {p.x, p.y}; }
+
+// A bottom-up frame with rows padded to 32 bits, every byte set to fill; at(x, y) counts y from the top.
+struct Frame {
+    BITMAPINFOHEADER header;
+    int32_t step;
+    std::vector<uint8_t> pixels;
+    Frame(int32_t w, int32_t h, uint16_t bits = 24, uint8_t fill = 100)
+        : header{40, w, h, 1, bits, 0, 0, 0, 0, 0, 0}, step((w * bits + 31) / 32 * 4),
+          pixels(size_t(step) * size_t(h), fill) {}
+    uint8_t &at(int32_t x, int32_t y) { return pixels[size_t((header.biHeight - 1 - y) * step + x * (bits() / 8))]; }
+    int32_t bits() const { return header.biBitCount; }
+};
+
+struct Detector {
+    void *handle = MotionOpen();
+    ~Detector() { MotionClose(handle); }
+    MotionDetector &state() const { return *static_cast<MotionDetector *>(handle); }
+    const MotionZone &zone(int32_t i) const { return *state().zones[i]; }
+    void init(int32_t sensitivity, const std::vector<RECT> &rects) {
+        EXPECT_EQ(MotionInit(handle, sensitivity, rects.data(), static_cast<int32_t>(rects.size())), 1);
+    }
+    uint8_t feed(const Frame &frame) {
+        uint8_t mask = 0xA5;
+        EXPECT_EQ(MotionCompare(handle, &frame.header, frame.pixels.data(), &mask), 1);
+        return mask;
+    }
+    // The 30 frames of the warm-up, then the one that makes the references.
+    void prime(const Frame &frame) { for (int i = 0; i < 31; ++i) EXPECT_EQ(feed(frame), 0); }
+};
+
+TEST(MotionZoneSet, OnlyNeighboursArePrunedAndNothingLeftWatchesTheWholeFrame) {
+    const RECT A{10, 10, 100, 100}, B{20, 20, 40, 40} /* in A */, C{200, 200, 300, 300} /* apart */,
+        D{50, 50, 70, 70} /* in A, apart from B */, E{90, 90, 150, 150} /* overlaps A */, F{100, 10, 120, 30};
+    const struct { std::vector<RECT> rects; std::vector<Box> zones; } cases[] = {
+        {{A, B}, {box(A)}}, {{B, A}, {box(A)}}, {{A, A, A}, {box(A)}},
+        {{A, C, B}, {box(A), box(C), box(B)}},  // B in A, but not its neighbour
+        {{A, B, D}, {box(A)}},                  // B goes first, bringing D next to A
+        {{A, E}, {box(A), box(E)}}, {{A, F}, {box(A), box(F)}},  // F touches A's right edge: no common area
+        {{{5, 5, 5, 50}, {9, 9, 1, 20}, C, B}, {box(C), box(B)}},  // empties dropped, the rest move down
+        {{}, {{0, 0, 32767, 32767}}}, {{{5, 9, 9, 5}, {9, 9, 1, 1}}, {{0, 0, 32767, 32767}}},
+    };
+    for (const auto &c : cases) {
+        Detector detector;
+        detector.init(6, c.rects);
+        std::vector<Box> zones;
+        for (int32_t i = 0; i < detector.state().zones.size(); ++i) {
+            zones.push_back(box(detector.zone(i).zoneRect));
+            EXPECT_EQ(box(detector.zone(i).pixelRect), zones.back());
+            EXPECT_EQ(detector.zone(i).sensitivity, 6);
+        }
+        EXPECT_EQ(zones, c.zones);
+    }
+}
+
+TEST(MotionZoneSet, NullDetectorsAndANewOneWithoutZones) {
+    uint8_t mask = 0xFF;
+    EXPECT_EQ(MotionCompare(nullptr, nullptr, nullptr, &mask), 1);
+    EXPECT_EQ(mask, 0);
+    const RECT rect{0, 0, 8, 8};
+    EXPECT_EQ(MotionInit(nullptr, 4, &rect, 1), 1);
+    EXPECT_EQ(MotionClose(nullptr), 1);
+    EXPECT_EQ(MotionClose(MotionOpen()), 1);
+    Detector fresh;  // no zones: frames are only counted
+    for (int i = 0; i < 40; ++i) EXPECT_EQ(fresh.feed(Frame(32, 32)), 0);
+    const MotionDetector &state = fresh.state();
+    EXPECT_EQ(std::tuple(state.zones.size(), state.sensitivity, state.warmUpFrames, state.framesInPhase),
+              std::tuple(0, 4, 30, 10));
+    // A negative count with null rectangles is an empty list.
+    EXPECT_EQ(MotionInit(fresh.handle, 7, nullptr, -3), 1);
+    EXPECT_EQ(std::tuple(state.zones.size(), box(fresh.zone(0).pixelRect), fresh.zone(0).sensitivity),
+              std::tuple(1, Box{0, 0, 32767, 32767}, 7));
+}
+
+TEST(MotionZoneSet, InitAgainForgetsEverythingAndWarmsUpAgain) {
+    Detector detector;
+    detector.init(9, {{8, 8, 24, 24}, {30, 8, 40, 24}});
+    Frame still(48, 32), moved(48, 32);
+    moved.at(8, 8) = 200;    // on the grid of the first zone
+    moved.at(10, 10) = 200;  // on the grid of the whole-frame zone, which starts at 2, 2
+    detector.prime(still);
+    EXPECT_EQ(detector.feed(moved), 1);
+
+    detector.init(9, {});
+    const MotionDetector &state = detector.state();
+    ASSERT_EQ(state.zones.size(), 1);
+    EXPECT_EQ(std::tuple(detector.zone(0).reference, detector.zone(0).inMotion, state.warmUpFrames, state.activeSum,
+                         state.lastChangeTime, state.framesInPhase),
+              std::tuple(nullptr, 0u, 0, 0u, int64_t{0}, 0));
+    // 30 frames swallowed whatever they hold; frame 31 makes the reference; frame 32 is compared.
+    for (int i = 0; i < 30; ++i) EXPECT_EQ(detector.feed(i % 2 ? moved : still), 0) << "frame " << i + 1;
+    EXPECT_EQ(detector.zone(0).reference, nullptr);
+    EXPECT_EQ(detector.feed(still), 0);
+    EXPECT_NE(detector.zone(0).reference, nullptr);
+    EXPECT_EQ(detector.feed(still), 0);
+    EXPECT_EQ(detector.feed(moved), 1);
+}
+
+TEST(MotionCompare, FiresOnAClusterOfChangedSamples) {
+    using Points = std::vector<ZonePoint>;
+    const Points row3{{16, 16}, {20, 16}, {24, 16}};
+    const Points block8{{20, 16}, {24, 16}, {16, 20}, {20, 20}, {24, 20}, {16, 24}, {20, 24}, {24, 24}};
+    // 10,2,98,98 of 100 x 100 is 84% of the bytes: a whole-frame reference. A 24-bit row scan then
+    // covers 100 samples from x = 10, the last ones in the next memory row (the image row above).
+    const RECT wide{10, 2, 98, 98};
+    // value is written over a flat 100 (24-bit) or 0 (16-bit); zone 8,8,40,40 is 25% of 64 x 64: cropped.
+    const struct { const char *what; int32_t sensitivity, bitCount, value; Points points; uint8_t mask;
+                   ZonePoint trigger; RECT zone = {8, 8, 40, 40}; int32_t size = 64; } cases[] = {
+        // 24-bit: limit (table * 8)^2, strictly above.
+        {"s9: 41 > 40", 9, 24, 141, {{16, 16}}, 1, {16, 16}},
+        {"s9: 40", 9, 24, 140, {{16, 16}}, 0, {}},
+        {"s4: three in a row, 81 > 80", 4, 24, 181, row3, 1, {24, 16}},
+        {"s4: three in a column", 4, 24, 181, {{16, 16}, {16, 20}, {16, 24}}, 1, {16, 24}},
+        {"s4: the three 16 px apart", 4, 24, 181, {{16, 16}, {32, 16}, {16, 32}}, 0, {}},
+        {"s4: two are not enough", 4, 24, 181, {{16, 16}, {20, 20}}, 0, {}},
+        {"s0: 8 of 9, 113 > 112", 0, 24, 213, block8, 1, {24, 24}},
+        {"s0: 8 of 9, 112", 0, 24, 212, block8, 0, {}},
+        {"s0: 7 of 9", 0, 24, 213, Points(block8.begin() + 1, block8.end()), 0, {}},
+        {"s10: hit count 14 from the limit table, never reached", 10, 24, 255, block8, 0, {}},
+        {"off the grid of the zone's edges", 9, 24, 255, {{17, 16}, {16, 17}, {19, 19}, {9, 8}}, 0, {}},
+        // 16-bit: byte & 30, limit table^2 = 100 at s4, so the masked step must reach 12.
+        {"16-bit s4: masked 12", 4, 16, 12, row3, 1, {24, 16}},
+        {"16-bit s4: 11 masks to 10", 4, 16, 11, row3, 0, {}},
+        {"16-bit s4: bits 0, 5, 6, 7 only", 4, 16, 0xE1, row3, 0, {}},
+        // Column bounds with a whole-frame reference.
+        {"24-bit, right of the zone", 9, 24, 141, {{98, 2}}, 1, {98, 2}, wide, 100},
+        {"24-bit, in the margin above the zone", 9, 24, 141, {{2, 1}}, 1, {102, 2}, wide, 100},
+        {"16-bit, last sample inside the zone", 9, 16, 30, {{94, 2}}, 1, {94, 2}, wide, 100},
+        {"16-bit, right of the zone", 9, 16, 30, {{98, 2}}, 0, {}, wide, 100},
+    };
+    for (const auto &c : cases) {
+        Detector detector;
+        detector.init(c.sensitivity, {c.zone});
+        Frame frame(c.size, c.size, uint16_t(c.bitCount), c.bitCount == 16 ? 0 : 100);
+        detector.prime(frame);
+        for (const ZonePoint &p : c.points) frame.at(p.x, p.y) = uint8_t(c.value);
+        EXPECT_EQ(detector.feed(frame), c.mask) << c.what;
+        if (c.mask) {
+            EXPECT_EQ(point(detector.zone(0).triggerPoint), point(c.trigger)) << c.what;
+        }
+    }
+}
+
+TEST(MotionCompare, ReferenceGeometryOnTheFirstFrame) {
+    // Frame size, zones; the zone's pixelRect and referenceRect; the reference's width, height, bytes.
+    const struct { int32_t width, height; std::vector<RECT> zones; Box pixelRect, referenceRect;
+                   int32_t refWidth, refHeight; uint32_t refBytes; } cases[] = {
+        {720, 480, {}, {2, 2, 718, 478}, {2, 2, 718, 478}, 720, 480, 1036800},  // whole frame, 98%: kept whole
+        {100, 100, {{2, 2, 98, 81}}, {2, 2, 98, 81}, {0, 0, 96, 79}, 96, 79, 22752},   // 22752 of 30000: 75%
+        {100, 100, {{2, 2, 98, 82}}, {2, 2, 98, 82}, {2, 2, 98, 82}, 100, 100, 30000}, // 23040: 76%
+        {100, 100, {{-50, -50, 31, 30}}, {2, 2, 31, 30}, {0, 0, 29, 28}, 29, 28, 88 * 28},  // 87-byte rows padded
+        // 11988 x 3996 = 47904048 bytes; x 100 wraps in 32 bits to 495437504, 10% of 48000000.
+        {4000, 4000, {}, {2, 2, 3998, 3998}, {0, 0, 3996, 3996}, 3996, 3996, 47904048},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+        Detector detector;
+        detector.init(4, c.zones);
+        detector.prime(Frame(c.width, c.height));
+        const MotionZone &zone = detector.zone(0);
+        EXPECT_EQ(box(zone.frameRect), (Box{0, 0, c.width, c.height}));
+        EXPECT_EQ(box(zone.pixelRect), c.pixelRect);
+        EXPECT_EQ(box(zone.referenceRect), c.referenceRect);
+        ASSERT_NE(zone.reference, nullptr);
+        const BITMAPINFOHEADER &ref = zone.reference->header;
+        EXPECT_EQ(std::tuple(ref.biWidth, ref.biHeight, ref.biSizeImage),
+                  std::tuple(c.refWidth, c.refHeight, c.refBytes));
+    }
+}
+
+TEST(MotionCompare, MaskHoldsZonesZeroToSevenAndZone32OnBitZero) {
+    std::vector<RECT> zones;  // 33 disjoint 8 x 8 zones, 16 to a row, 12 px apart
+    for (int32_t i = 0; i < 33; ++i) {
+        const int32_t x = 4 + i % 16 * 12, y = 4 + i / 16 * 12;
+        zones.push_back({x, y, x + 8, y + 8});
+    }
+    const struct { std::vector<int32_t> moving; uint8_t mask; uint32_t activeSum; } cases[] = {
+        {{8}, 0x00, 1}, {{32}, 0x01, 1}, {{0, 7}, 0x81, 2}, {{7, 8, 31, 32}, 0x81, 4}};
+    for (const auto &c : cases) {
+        Detector detector;
+        detector.init(9, zones);
+        Frame frame(200, 48);
+        detector.prime(frame);
+        for (int32_t i : c.moving) frame.at(zones[i].left, zones[i].top) = 200;
+        EXPECT_EQ(detector.feed(frame), c.mask) << testing::PrintToString(c.moving);
+        EXPECT_EQ(detector.state().activeSum, c.activeSum) << testing::PrintToString(c.moving);
+    }
+}
+
+// Each frame is compared with the one before, not with a background; this also needs both the
+// cropped references to hold their zone's rows the right way up.
+TEST(MotionCompare, MotionLastsWhileFramesDifferAndStopsOnTheFirstStillOne) {
+    Detector detector;
+    detector.init(9, {{8, 8, 40, 40}, {44, 8, 60, 40}});
+    const Frame flat(64, 64);
+    detector.prime(flat);
+    EXPECT_EQ(detector.state().lastChangeTime, 0);
+    const int64_t before = platform::currentTime();
+    // A dot climbing through zone 0 (the first difference in scan order is its new place) and a dot
+    // that appears in zone 1 and stays. framesInPhase restarts when motion starts or stops.
+    const struct { std::vector<ZonePoint> dots; uint8_t mask; uint32_t activeSum; int32_t framesInPhase, triggerY; }
+        script[] = {{{{16, 32}}, 0x01, 1, 1, 32},
+                    {{{16, 24}, {48, 16}}, 0x03, 2, 2, 24},
+                    {{{16, 16}, {48, 16}}, 0x01, 1, 3, 16},
+                    {{{16, 16}, {48, 16}}, 0x00, 0, 1, 16},
+                    {{{16, 16}, {48, 16}}, 0x00, 0, 2, 16}};
+    for (const auto &s : script) {
+        Frame frame = flat;
+        for (const ZonePoint &p : s.dots) frame.at(p.x, p.y) = 200;
+        const uint8_t mask = detector.feed(frame);
+        const MotionDetector &state = detector.state();
+        EXPECT_EQ(std::tuple(mask, state.activeSum, state.framesInPhase, point(detector.zone(0).triggerPoint)),
+                  std::tuple(s.mask, s.activeSum, s.framesInPhase, (std::array{16, s.triggerY})))
+            << "frame " << &s - script;
+        EXPECT_GE(state.lastChangeTime, before);
+    }
+}
+
+}  // namespace
+}  // namespace kx
