@@ -8,6 +8,10 @@
 
 namespace kx::present {
 
+// The paint code's sizes are signed 32-bit products that wrap on overflow, as the 32-bit
+// arithmetic they stand for does; formed wider and cut back here.
+inline int32_t wrap32(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
+
 // The two paint exports differ in their crops of the known camera sizes.
 enum class PaintForm { Decompress2, Decompress3 };
 

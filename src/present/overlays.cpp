@@ -1,5 +1,7 @@
 #include "present/overlays.h"
 
+#include "present/fit.h"
+
 #include <cstring>
 
 namespace kx::present {
@@ -23,8 +25,6 @@ size_t copyLength(int32_t length) {
 
 // The text up to its first zero byte, as a "%s" format takes it.
 std::string upToZero(const char *bytes) { return std::string(bytes, ::strnlen(bytes, kTextBufferSize)); }
-
-int32_t wrap(int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); }
 
 }  // namespace
 
@@ -70,15 +70,15 @@ void outlineZones(platform::PaintDevice &device, platform::PaintContext dc, cons
         platform::PaintBrush brush = device.createSolidBrush(kRed);
         // The size is the only test: a rectangle of frame size anywhere is drawn and clipped by the
         // window, and an inverted one has a negative size and passes.
-        const bool fits = wrap(int64_t{rect.right} - rect.left) <= frameWidth &&
-                          wrap(int64_t{rect.bottom} - rect.top) <= frameHeight;
+        const bool fits = wrap32(int64_t{rect.right} - rect.left) <= frameWidth &&
+                          wrap32(int64_t{rect.bottom} - rect.top) <= frameHeight;
         if (fits) {
             // From frame pixels to the painted image, in 32 bits with truncation. No offset: on the
             // crop road the painted header has the frame's size and the rectangle stays where it is.
-            rect.left = wrap(int64_t{rect.left} * paintWidth) / frameWidth;
-            rect.top = wrap(int64_t{rect.top} * paintHeight) / frameHeight;
-            rect.right = wrap(int64_t{rect.right} * paintWidth) / frameWidth;
-            rect.bottom = wrap(int64_t{rect.bottom} * paintHeight) / frameHeight;
+            rect.left = wrap32(int64_t{rect.left} * paintWidth) / frameWidth;
+            rect.top = wrap32(int64_t{rect.top} * paintHeight) / frameHeight;
+            rect.right = wrap32(int64_t{rect.right} * paintWidth) / frameWidth;
+            rect.bottom = wrap32(int64_t{rect.bottom} * paintHeight) / frameHeight;
             device.frameRect(dc, &rect, brush);
         }
         device.deleteObject(brush);

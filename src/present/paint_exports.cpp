@@ -75,19 +75,20 @@ int32_t paintFrame(const PaintCall &call) {
                 fitImage = call.resizeTarget;
             }
             paintHeader = frame;
-            const int32_t alignedWidth = (call.width + 7) / 8 * 8;
-            const int32_t alignedHeight = (call.height + 7) / 8 * 8;
+            const int32_t alignedWidth = wrap32(int64_t{call.width} + 7) / 8 * 8;
+            const int32_t alignedHeight = wrap32(int64_t{call.height} + 7) / 8 * 8;
             paintHeader.biWidth = alignedWidth;
             paintHeader.biHeight = alignedHeight;
-            paintHeader.biSizeImage = static_cast<uint32_t>(paintHeader.biBitCount * alignedHeight * alignedWidth / 8);
+            const uint64_t imageBits = uint64_t{paintHeader.biBitCount} * uint32_t(alignedHeight) * uint32_t(alignedWidth);
+            paintHeader.biSizeImage = static_cast<uint32_t>(wrap32(static_cast<int64_t>(imageBits)) / 8);
             // Divided in single precision and only then widened: the factors' rounding is part of
             // the result (a 100-wide rectangle into 352 gives 351 columns).
             const float xRatio = static_cast<float>(alignedWidth) / static_cast<float>(fit.fitRect.width);
             const float yRatio = static_cast<float>(alignedHeight) / static_cast<float>(fit.fitRect.height);
             const double xFactor = xRatio, yFactor = yRatio;
             // Unaligned rows: the frame is taken to have rows of exactly this length.
-            const int32_t sourceStep = frame.biBitCount * frame.biWidth / 8;
-            const int32_t targetStep = paintHeader.biBitCount * alignedWidth / 8;
+            const int32_t sourceStep = wrap32(int64_t{frame.biBitCount} * frame.biWidth) / 8;
+            const int32_t targetStep = wrap32(int64_t{paintHeader.biBitCount} * alignedWidth) / 8;
             pxResizeC3(call.pixels, PxSize{frame.biWidth, frame.biHeight}, sourceStep, fit.fitRect, fitImage,
                        targetStep, PxSize{alignedWidth, alignedHeight}, xFactor, yFactor, PxLinear);
             paintHeader.biHeight = -paintHeader.biHeight;

@@ -135,7 +135,8 @@ bool processorRuns(int32_t level) {
 
 extern "C" PxStatus pxGetFeatures(uint64_t *features, uint32_t leafOut[4]) {
     if (!features) return PxStsNullPtr;
-    if (!px::cpuidUsable()) return PxStsNoCpuInfo;
+    // A filled cache answers alone: the processor is asked once.
+    if (!px::cachedFeaturesValid && !px::cpuidUsable()) return PxStsNoCpuInfo;
     const bool query = *features == px::kQueryLeafTag;
     if (!px::cachedFeaturesValid) {
         uint32_t regs[4];
