@@ -14,8 +14,9 @@ constexpr int32_t kShutterFull = 511;
 
 // The way out of full exposure: gain 127 and shutter 511 drop the shutter to its working value
 // once the width is back under the zoom-down level and the scene is bright enough.
-int32_t leaveFullExposure(const kx::Settings &cfg, int32_t y, int32_t w, int32_t *gain, int32_t *shutter) {
-    if (*gain == 127 && *shutter == kShutterFull && w <= cfg.shutterZoomDown && y > cfg.lumaZoomDown) {
+// The luminance is read last, only when the rest holds.
+int32_t leaveFullExposure(const kx::Settings &cfg, const int32_t *luma, int32_t w, int32_t *gain, int32_t *shutter) {
+    if (*gain == 127 && *shutter == kShutterFull && w <= cfg.shutterZoomDown && *luma > cfg.lumaZoomDown) {
         *gain = 127;
         *shutter = kShutterWorking;
     }
@@ -30,7 +31,7 @@ extern "C" KX_API int32_t ChangeGain3(const int32_t *luma, int32_t shutterWidth,
     const int32_t w = shutterWidth;
 
     // Inside the width window only the exit from full exposure may move anything.
-    if (w >= cfg.shutterMin && w < cfg.shutterMax) return leaveFullExposure(cfg, *luma, w, gain, shutter);
+    if (w >= cfg.shutterMin && w < cfg.shutterMax) return leaveFullExposure(cfg, luma, w, gain, shutter);
 
     // Bound checks: one correction per call, always reported as 0 here.
     if (*shutter < 32) {

@@ -27,7 +27,16 @@ int32_t tableEntry(int64_t index) {
 }
 
 // Row step in 32-bit units: rows of a motion frame end on a 32-bit boundary.
-int32_t rowUnits(int32_t width, int32_t bitCount) { return (width * bitCount + 31) / 32; }
+// a * b + c as the 32-bit arithmetic of the geometry does it: wrapping, for zones far outside
+// the frame, then divided with its sign.
+int32_t wrapMulAdd(int32_t a, int32_t b, int32_t c) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + static_cast<uint32_t>(c));
+}
+
+int32_t rowUnits(int32_t width, int32_t bitCount) { return wrapMulAdd(width, bitCount, 31) / 32; }
+
+// Byte offset of a pixel column in a row.
+ptrdiff_t columnBytes(int32_t bitCount, int32_t left) { return wrapMulAdd(bitCount, left, 7) / 8; }
 
 ptrdiff_t rowBytes(int32_t width, int32_t bitCount) { return ptrdiff_t{rowUnits(width, bitCount)} * 4; }
 
@@ -55,8 +64,8 @@ bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
     // stream changed format without a new MotionInit.
     const ptrdiff_t frameStep = rowBytes(W, refBpp);
     const ptrdiff_t refStep = rowBytes(refW, refBpp);
-    const ptrdiff_t frameX = (bpp * pixelRect.left + 7) / 8;
-    const ptrdiff_t refX = (refBpp * referenceRect.left + 7) / 8;
+    const ptrdiff_t frameX = columnBytes(bpp, pixelRect.left);
+    const ptrdiff_t refX = columnBytes(refBpp, referenceRect.left);
     const int32_t spanX = referenceRect.right - referenceRect.left;
     const int32_t spanY = referenceRect.bottom - referenceRect.top;
     const int32_t need = zoneHitCount(sensitivity);
@@ -168,7 +177,7 @@ void MotionZone::updateReference(const BITMAPINFOHEADER &frame, const uint8_t *p
     const int32_t refH = header.biHeight;
     const ptrdiff_t refStep = rowBytes(header.biWidth, header.biBitCount);
     const ptrdiff_t step = rowBytes(W, bpp);
-    const ptrdiff_t frameX = (bpp * pixelRect.left + 7) / 8;
+    const ptrdiff_t frameX = columnBytes(bpp, pixelRect.left);
     for (int32_t i = 0; i < refH; ++i)
         std::memcpy(reference->bits + (ptrdiff_t{refH} - 1 - i) * refStep,
                     pixels + (ptrdiff_t{H} - i - pixelRect.top - 1) * step + frameX, static_cast<size_t>(refStep));

@@ -15,7 +15,9 @@ namespace kx::platform {
 std::string currentDirectory() {
     std::vector<char> buffer(256);
     while (getcwd(buffer.data(), buffer.size()) == nullptr) {
-        if (errno != ERANGE) return std::string();
+        // No current directory (it was removed): a path that opens nothing, so every key keeps
+        // its default, rather than the root's file.
+        if (errno != ERANGE) return ".";
         buffer.resize(buffer.size() * 2);
     }
     return std::string(buffer.data());
