@@ -372,7 +372,8 @@ TEST_F(PaintTest, TwentyTextSteps) {
 TEST_F(PaintTest, TextForms) {
     using Conversion = RecordingDevice::Conversion;
     const uint16_t wide[] = {'C', 'a', 'm', ' ', '1'};
-    [[maybe_unused]] const uint16_t lookAlikes[] = {0x0100, 0x0080, 0xD83D, 0xDE00};  // Windows has look-alikes
+    [[maybe_unused]] const uint16_t lookAlikes[] = {0x0100, 0x0080, 0xD83D, 0xDE00};
+    const uint16_t bestFit[] = {0x0100, 0x221E, 0xFF21, 0x0110, 0x2264};
     const uint16_t codePage[] = {'R', 0xE9, 'f', ' ', 0x20AC, 0x4E2D, 0x201A, 0x0178, 0x2122};
     const char narrow[] = "Hello world";
     const std::string x(300, 'x');
@@ -387,17 +388,19 @@ TEST_F(PaintTest, TextForms) {
     } cases[] = {
         {D2, 1, Conversion::Platform, wide, wide, 5, 3, "Cam 1", "Cam"},
         {D2, 1, Conversion::Platform, codePage, nullptr, 9, 0, "R\xE9" "f \x80?\x82\x9F\x99", ""},  // 1252
+        {D2, 1, Conversion::Platform, bestFit, nullptr, 5, 0, "A8A\xD0=", ""},  // look-alikes outside 1252
         {D2, 1, Conversion::Fail, wide, wide, 5, 4, "C", "C"},   // the raw bytes: 'C', then a zero
         {D2, 1, Conversion::Throw, wide, wide, 5, 5, "C", "C"},  // swallowed, the paint goes on
         {D2, 1, Conversion::Platform, nullptr, nullptr, 5, 5, "", ""},
         {D3, 1, Conversion::Platform, wide, wide, 5, 2, "Cam 1", "Ca"},
+        {D3, 1, Conversion::Platform, bestFit, bestFit + 1, 3, 2, "A8A", "8A"},
         {D3, 1, Conversion::Fail, wide, wide, 5, 5, "", ""},
         {D3, 1, Conversion::Negative, wide, wide, 5, 5, "C", ""},  // -1 counts as 0 only bottom right
         {D3, 0, Conversion::Platform, narrow, narrow + 6, 5, 3, "Hello", "wor"},
         {D3, 0, Conversion::Platform, nullptr, nullptr, 5, 5, "", ""},
         {D3, 0, Conversion::Platform, x.data(), x.data(), 255, 256, x.substr(0, 255), x.substr(0, 256)},  // full
-#if !defined(_WIN32)  // the portable conversion: no look-alikes, and nothing written when the text does not fit
-        {D2, 1, Conversion::Platform, lookAlikes, longWide.data(), 4, 257, "????", "y"},
+#if !defined(_WIN32)  // the portable conversion writes nothing when the text does not fit
+        {D2, 1, Conversion::Platform, lookAlikes, longWide.data(), 4, 257, "A???", "y"},
 #endif
     };
     TestFrame frame(352, 288);

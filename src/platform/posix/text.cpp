@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "platform/platform.h"
+#include "platform/posix/best_fit_1252.h"
 
 namespace kx::platform {
 
@@ -19,6 +22,11 @@ char toCodePage1252(uint16_t unit) {
     for (int i = 0; i < 32; ++i) {
         if (kHighControls[i] == unit) return static_cast<char>(0x80 + i);
     }
+    // Outside the code page the platform falls back to a look-alike where it has one (U+0100 'A',
+    // U+221E '8'); surrogates and the rest become '?', one per unit.
+    const auto fit = std::lower_bound(std::begin(kBestFit1252), std::end(kBestFit1252), unit,
+                                      [](const BestFit1252 &entry, uint16_t key) { return entry.unit < key; });
+    if (fit != std::end(kBestFit1252) && fit->unit == unit) return static_cast<char>(fit->byte);
     return '?';
 }
 
