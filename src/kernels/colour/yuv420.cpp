@@ -6,13 +6,25 @@
 
 namespace px {
 
-PxStatus rgbToYuv420Rows(const uint8_t *src, int32_t srcStep, uint8_t *const planes[3], const int32_t planeSteps[3],
-                         PxSize size, RgbToYuv420RowPair rowPair) {
-    if (src == nullptr || planes == nullptr) return PxStsNullPtr;
+namespace {
+
+// Both directions check alike: the packed image and the plane array, the size, then each plane.
+template <typename Plane>
+PxStatus checkArguments(const void *packed, const Plane *planes, PxSize size) {
+    if (packed == nullptr || planes == nullptr) return PxStsNullPtr;
     if (size.width < 1 || size.height < 1) return PxStsBadSize;
     if (planes[0] == nullptr || planes[1] == nullptr || planes[2] == nullptr) return PxStsNullPtr;
+    return PxStsOk;
+}
 
-    // The odd last row and column are neither read nor written.
+// The odd last row and column are neither read nor written; the status says so.
+PxStatus evenPartStatus(PxSize size) { return ((size.width | size.height) & 1) ? PxStsOddSize : PxStsOk; }
+
+}  // namespace
+
+PxStatus rgbToYuv420Rows(const uint8_t *src, int32_t srcStep, uint8_t *const planes[3], const int32_t planeSteps[3],
+                         PxSize size, RgbToYuv420RowPair rowPair) {
+    if (const PxStatus status = checkArguments(src, planes, size); status) return status;
     const int32_t blocks = size.width >> 1;
     const int32_t pairs = size.height >> 1;
     if (blocks > 0) {
@@ -23,15 +35,12 @@ PxStatus rgbToYuv420Rows(const uint8_t *src, int32_t srcStep, uint8_t *const pla
                     planes[2] + static_cast<ptrdiff_t>(j) * planeSteps[2], blocks);
         }
     }
-    return ((size.width | size.height) & 1) ? PxStsOddSize : PxStsOk;
+    return evenPartStatus(size);
 }
 
 PxStatus yuv420ToRgbRows(const uint8_t *const planes[3], const int32_t planeSteps[3], uint8_t *dst, int32_t dstStep,
                          PxSize size, Yuv420ToRgbRowPair rowPair) {
-    if (dst == nullptr || planes == nullptr) return PxStsNullPtr;
-    if (size.width < 1 || size.height < 1) return PxStsBadSize;
-    if (planes[0] == nullptr || planes[1] == nullptr || planes[2] == nullptr) return PxStsNullPtr;
-
+    if (const PxStatus status = checkArguments(dst, planes, size); status) return status;
     const int32_t blocks = size.width >> 1;
     const int32_t pairs = size.height >> 1;
     if (blocks > 0) {
@@ -42,7 +51,7 @@ PxStatus yuv420ToRgbRows(const uint8_t *const planes[3], const int32_t planeStep
                     planes[2] + static_cast<ptrdiff_t>(j) * planeSteps[2], d0, d0 + dstStep, blocks);
         }
     }
-    return ((size.width | size.height) & 1) ? PxStsOddSize : PxStsOk;
+    return evenPartStatus(size);
 }
 
 namespace {

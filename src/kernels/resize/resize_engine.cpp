@@ -51,37 +51,25 @@ void nearestTable(int32_t *index, int32_t count, double position, double step, i
     }
 }
 
-// Linear rows: the entry of the upper row and the weight of the lower. At the image's own last row
-// (limit) the pair moves up one row and the lower row takes the full weight.
-void linearRowTable(int32_t *index, uint16_t *weight, int32_t count, double position, double step, int32_t limit,
-                    int32_t scale) {
+// Linear: the entry of the first pixel of each pair (the upper row, the left column) and the
+// weight of the second; columns keep both weights, left then right, rows only the lower one. At
+// the image's own last row or column (limit) the pair moves back one and the second takes it all.
+void linearTable(int32_t *index, uint16_t *weight, bool weightPairs, int32_t count, double position, double step,
+                 int32_t limit, int32_t scale) {
     for (int32_t k = 0; k < count; ++k) {
         const int32_t i = truncate(position + kE);
+        int32_t w = 16384;
         if (i == limit) {
             index[k] = mul32(i - 1, scale);
-            weight[k] = 16384;
         } else {
             index[k] = mul32(i, scale);
-            weight[k] = static_cast<uint16_t>(truncate((position - i) * 16384.0 + kE));
+            w = truncate((position - i) * 16384.0 + kE);
         }
-        position += step;
-    }
-}
-
-// Linear columns: the entry of the left pixel and the pair of weights, left then right.
-void linearColumnTable(int32_t *index, uint16_t *weight, int32_t count, double position, double step, int32_t limit,
-                       int32_t scale) {
-    for (int32_t k = 0; k < count; ++k) {
-        const int32_t i = truncate(position + kE);
-        if (i == limit) {
-            index[k] = mul32(i - 1, scale);
-            weight[2 * k] = 0;
-            weight[2 * k + 1] = 16384;
-        } else {
-            const int32_t w = truncate((position - i) * 16384.0 + kE);
-            index[k] = mul32(i, scale);
+        if (weightPairs) {
             weight[2 * k] = static_cast<uint16_t>(16384 - w);
             weight[2 * k + 1] = static_cast<uint16_t>(w);
+        } else {
+            weight[k] = static_cast<uint16_t>(w);
         }
         position += step;
     }
@@ -198,10 +186,10 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
     uint16_t *yWeight = pxAlloc16(dstH);
     if (!hold(yWeight)) return outOfMemory();
     // The edge limits mark the image's own last row and column, counted from the rectangle.
-    linearRowTable(yIndex, yWeight, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
+    linearTable(yIndex, yWeight, false, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
     uint16_t *xWeight = pxAlloc16(allocCount(2 * int64_t{dstW}));
     if (!hold(xWeight)) return outOfMemory();
-    linearColumnTable(xIndex, xWeight, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
+    linearTable(xIndex, xWeight, true, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
 
     const int32_t bufferCount = allocCount(3 * int64_t{dstW} + 12);
     uint16_t *bufferA = pxAlloc16(bufferCount);
