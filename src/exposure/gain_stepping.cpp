@@ -86,6 +86,8 @@ int32_t stepDarkFine(int32_t y, int32_t g, int32_t s, int32_t *gain, int32_t *sh
 }  // namespace
 
 extern "C" KX_API int32_t ChangeGain(const int32_t *luma, int32_t *gain, int32_t *shutter) {
+    // A missing variable: no move, as in the resting band.
+    if (!luma || !gain || !shutter) return 0;
     int32_t result = 0;
     if (boundCheck(gain, shutter, result)) return result;
     const int32_t s = *shutter;
@@ -143,6 +145,7 @@ extern "C" KX_API int32_t ChangeGain(const int32_t *luma, int32_t *gain, int32_t
 }
 
 extern "C" KX_API int32_t ChangeGain2(const int32_t *luma, int32_t shutterWidth, int32_t *gain, int32_t *shutter) {
+    if (!luma || !gain || !shutter) return 0;
     const kx::Settings &cfg = kx::settings;
     // Inside the width window the call does nothing at all, not even the bound checks.
     if (shutterWidth >= cfg.shutterMin && shutterWidth < cfg.shutterMax) return 0;

@@ -27,6 +27,8 @@ int32_t leaveFullExposure(const kx::Settings &cfg, const int32_t *luma, int32_t 
 
 extern "C" KX_API int32_t ChangeGain3(const int32_t *luma, int32_t shutterWidth, int32_t *stage, int32_t *gain,
                                       int32_t *shutter) {
+    // A missing variable: no move.
+    if (!luma || !stage || !gain || !shutter) return 0;
     const kx::Settings &cfg = kx::settings;
     const int32_t w = shutterWidth;
 

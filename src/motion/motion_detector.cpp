@@ -1,3 +1,4 @@
+#include <exception>
 #include <new>
 
 #include "motion/motion_detector.h"
@@ -62,7 +63,9 @@ void MotionZone::reset() {
     sensitivity = 4;
     if (reference) reference->release();
     reference = nullptr;
+    referenceHeld = false;
     inMotion = 0;
+    unwatched = false;
 }
 
 void ZoneArray::resize(int32_t newSize) {
@@ -90,7 +93,8 @@ void MotionDetector::init(int32_t newSensitivity, const RECT *rects, int32_t cou
     sensitivity = newSensitivity;  // not range-checked; see zoneHitCount
 
     std::vector<const RECT *> candidates;
-    for (int32_t i = 0; i < count; ++i)
+    // Null rectangles with a positive count are taken as an empty list, as a count of 0 is.
+    for (int32_t i = 0; rects && i < count; ++i)
         if (!isRectEmpty(rects[i])) candidates.push_back(&rects[i]);
     pruneContained(candidates);
 
@@ -118,7 +122,14 @@ void MotionDetector::init(int32_t newSensitivity, const RECT *rects, int32_t cou
 extern "C" KX_API void *MotionOpen(void) { return new (std::nothrow) kx::MotionDetector(); }
 
 extern "C" KX_API int32_t MotionInit(void *detector, int32_t sensitivity, const RECT *zones, int32_t zoneCount) {
-    if (detector) static_cast<kx::MotionDetector *>(detector)->init(sensitivity, zones, zoneCount);
+    if (!detector) return 1;
+    auto *motion = static_cast<kx::MotionDetector *>(detector);
+    try {
+        motion->init(sensitivity, zones, zoneCount);
+    } catch (const std::exception &) {
+        // Out of memory for the zones: the detector is left reset, with no zone to watch.
+        motion->reset();
+    }
     return 1;
 }
 

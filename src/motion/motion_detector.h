@@ -49,10 +49,12 @@ public:
 
     // Empties the rectangles, drops the reference and the motion state, sensitivity back to 4.
     void reset();
-    // Compares the frame with the reference; true when inMotion changed.
-    bool compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels);
-    // Makes the reference on the zone's first frame, then stores the frame into it.
-    void updateReference(const BITMAPINFOHEADER &frame, const uint8_t *pixels);
+    // One frame: the comparison with the reference, then the frame stored as the next reference
+    // (made on the zone's first frame). True when inMotion changed. A zone whose geometry does not
+    // fit the frame, or whose memory cannot be had, sits the frame out with inMotion 0.
+    bool watch(const BITMAPINFOHEADER &frame, const uint8_t *pixels);
+    // Sits a frame out: inMotion 0. True when that is a change.
+    bool stayQuiet();
 
     int32_t reserved = 0;  // set at construction and never read
     int32_t sensitivity = 4;
@@ -63,6 +65,21 @@ public:
     DibBuffer *reference = nullptr;  // one count held
     uint32_t inMotion = 0;
     ZonePoint triggerPoint;  // sample that last fired, in frame pixels; written, never read
+    // The rectangle came out empty or inverted when clamped to the first frame: nothing to watch
+    // until the next MotionInit.
+    bool unwatched = false;
+
+private:
+    bool referenceHeld = false;  // a frame has been stored in the reference since it was made
+
+    // Settles pixelRect, referenceRect and the reference's description from the zone's first
+    // frame. False when there is nothing to watch or the reference cannot be made.
+    bool makeReference(const BITMAPINFOHEADER &frame);
+    // Whether every byte that compare and storeFrame would touch lies inside the frame (as its
+    // header and 32-bit rows describe it) and inside the reference.
+    bool fits(const BITMAPINFOHEADER &frame) const;
+    bool compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels);
+    void storeFrame(const BITMAPINFOHEADER &frame, const uint8_t *pixels);
 };
 
 // The zones in their final order. The array owns them; shrinking deletes the dropped ones from the

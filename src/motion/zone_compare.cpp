@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <cstring>
 #include <vector>
 
@@ -50,29 +52,93 @@ constexpr uint32_t kCropBelowPercent = 76;
 int32_t zoneHitCount(int32_t sensitivity) { return tableEntry(sensitivity); }
 int32_t zoneLimit(int32_t sensitivity) { return tableEntry(int64_t{10} + sensitivity); }
 
-bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
-    if (!reference) return false;
-    const int32_t H = frame.biHeight;
-    const int32_t W = frame.biWidth;
-    const int32_t bpp = frame.biBitCount;
-    const BITMAPINFOHEADER &ref = reference->header;
-    const int32_t refW = ref.biWidth;
-    const int32_t refH = ref.biHeight;
-    const int32_t refBpp = ref.biBitCount;
+namespace {
 
+// How a zone's rows are walked in a frame and in its reference; shared by the walk itself and by
+// the check that it stays inside both.
+struct SampleWalk {
+    ptrdiff_t frameStep;    // the frame's row step, taken with the reference's bit count
+    ptrdiff_t refStep;
+    ptrdiff_t frameX;       // byte offsets of the zone's left edge in a row
+    ptrdiff_t refX;
+    int32_t spanY;          // rows y = 0, 4, ... below spanY
+    int32_t endX;           // samples x = 0, 4, ... below endX
+    ptrdiff_t sampleBytes;  // bytes from one sample to the next
+    bool sixteen;
+};
+
+SampleWalk sampleWalk(const MotionZone &zone, const BITMAPINFOHEADER &frame) {
+    const BITMAPINFOHEADER &ref = zone.reference->header;
+    const int32_t refBpp = ref.biBitCount;
+    SampleWalk walk;
     // The frame's row step is taken with the reference's bit count; they agree unless the
     // stream changed format without a new MotionInit.
-    const ptrdiff_t frameStep = rowBytes(W, refBpp);
-    const ptrdiff_t refStep = rowBytes(refW, refBpp);
-    const ptrdiff_t frameX = columnBytes(bpp, pixelRect.left);
-    const ptrdiff_t refX = columnBytes(refBpp, referenceRect.left);
-    const int32_t spanX = referenceRect.right - referenceRect.left;
-    const int32_t spanY = referenceRect.bottom - referenceRect.top;
+    walk.frameStep = rowBytes(frame.biWidth, refBpp);
+    walk.refStep = rowBytes(ref.biWidth, refBpp);
+    walk.frameX = columnBytes(frame.biBitCount, zone.pixelRect.left);
+    walk.refX = columnBytes(refBpp, zone.referenceRect.left);
+    walk.spanY = zone.referenceRect.bottom - zone.referenceRect.top;
+    // 16-bit frames stop at the zone's width. Every other frame stops at the reference's width:
+    // with a whole-frame reference that runs past the zone's right edge and on into the next
+    // memory row, in frame and reference alike, and samples there can fire the zone.
+    walk.sixteen = frame.biBitCount == 16;
+    walk.endX = walk.sixteen ? zone.referenceRect.right - zone.referenceRect.left : ref.biWidth;
+    // Four pixels a sample: 8 bytes for 16-bit, otherwise 12 whatever the real pixel size.
+    walk.sampleBytes = walk.sixteen ? 8 : 12;
+    return walk;
+}
+
+// Bytes of a bottom-up image as its header and 32-bit rows describe it, in 64 bits.
+int64_t imageBytes(const BITMAPINFOHEADER &image) {
+    if (image.biWidth < 0 || image.biHeight < 0) return 0;
+    return (int64_t{image.biWidth} * image.biBitCount + 31) / 32 * 4 * image.biHeight;
+}
+
+// Whether the bytes [base + row * step, base + row * step + span) of every row from firstRow down
+// to firstRow - rowsDown lie inside a block of size bytes.
+bool rowsInside(int64_t base, int64_t step, int64_t firstRow, int64_t rowsDown, int64_t span, int64_t size) {
+    const int64_t a = firstRow * step, b = (firstRow - rowsDown) * step;
+    return base + std::min(a, b) >= 0 && base + std::max(a, b) + span <= size;
+}
+
+}  // namespace
+
+bool MotionZone::fits(const BITMAPINFOHEADER &frame) const {
+    const BITMAPINFOHEADER &ref = reference->header;
+    const int64_t frameBytes = imageBytes(frame);
+    const int64_t refBytes = ref.biSizeImage;  // what the reference was given
+
+    const SampleWalk walk = sampleWalk(*this, frame);
+    if (walk.spanY > 0 && walk.endX > 0) {
+        if (walk.endX > ref.biWidth) return false;  // the counter rows are as wide as the reference
+        const int64_t lastY = (walk.spanY - 1) / 4 * 4;
+        const int64_t reach = (int64_t{walk.endX} - 1) / 4 * walk.sampleBytes + 1;
+        if (!rowsInside(walk.frameX, walk.frameStep, int64_t{frame.biHeight} - pixelRect.top - 1, lastY, reach,
+                        frameBytes) ||
+            !rowsInside(walk.refX, walk.refStep, int64_t{ref.biHeight} - referenceRect.top - 1, lastY, reach,
+                        refBytes))
+            return false;
+    }
+
+    if (ref.biWidth == frame.biWidth && ref.biHeight == frame.biHeight) return refBytes <= frameBytes;
+    const int32_t refH = ref.biHeight;
+    if (refH <= 0) return true;
+    const ptrdiff_t refStep = rowBytes(ref.biWidth, ref.biBitCount);
+    return rowsInside(columnBytes(frame.biBitCount, pixelRect.left), rowBytes(frame.biWidth, frame.biBitCount),
+                      int64_t{frame.biHeight} - pixelRect.top - 1, refH - 1, refStep, frameBytes) &&
+           rowsInside(0, refStep, refH - 1, refH - 1, refStep, refBytes);
+}
+
+bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
+    const SampleWalk walk = sampleWalk(*this, frame);
+    const int32_t H = frame.biHeight;
+    const int32_t refW = reference->header.biWidth;
+    const int32_t refH = reference->header.biHeight;
     const int32_t need = zoneHitCount(sensitivity);
     // Table limits are in units of the 16-bit path's masked five-bit values; 8-bit samples move
     // eight times as far.
     int32_t limit = zoneLimit(sensitivity);
-    if (bpp == 24) limit *= 8;
+    if (frame.biBitCount == 24) limit *= 8;
     limit *= limit;
 
     // Three rows of counters in the roles oldest, middle, newest. A changed sample adds one at its
@@ -84,22 +150,15 @@ bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
     uint8_t *middle = oldest + rowLength;
     uint8_t *newest = middle + rowLength;
 
-    // 16-bit frames stop at the zone's width. Every other frame stops at the reference's width:
-    // with a whole-frame reference that runs past the zone's right edge and on into the next
-    // memory row, in frame and reference alike, and samples there can fire the zone.
-    const bool sixteen = bpp == 16;
-    const int32_t endX = sixteen ? spanX : refW;
-    // Four pixels a sample: 8 bytes for 16-bit, otherwise 12 whatever the real pixel size.
-    const ptrdiff_t sampleBytes = sixteen ? 8 : 12;
-
     uint32_t found = 0;
-    for (int32_t y = 0; y < spanY && !found; y += 4) {
-        const uint8_t *frameRow = pixels + (ptrdiff_t{H} - pixelRect.top - y - 1) * frameStep + frameX;
-        const uint8_t *refRow = reference->bits + (ptrdiff_t{refH} - referenceRect.top - y - 1) * refStep + refX;
-        for (int32_t x = 0; x < endX; x += 4) {
-            const ptrdiff_t at = ptrdiff_t{x / 4} * sampleBytes;
+    for (int32_t y = 0; y < walk.spanY && !found; y += 4) {
+        const uint8_t *frameRow = pixels + (ptrdiff_t{H} - pixelRect.top - y - 1) * walk.frameStep + walk.frameX;
+        const uint8_t *refRow =
+            reference->bits + (ptrdiff_t{refH} - referenceRect.top - y - 1) * walk.refStep + walk.refX;
+        for (int32_t x = 0; x < walk.endX; x += 4) {
+            const ptrdiff_t at = ptrdiff_t{x / 4} * walk.sampleBytes;
             // Only the first byte of a pixel is looked at; 16-bit pixels keep bits 1 to 4 of it.
-            const int32_t d = sixteen ? (frameRow[at] & 30) - (refRow[at] & 30) : frameRow[at] - refRow[at];
+            const int32_t d = walk.sixteen ? (frameRow[at] & 30) - (refRow[at] & 30) : frameRow[at] - refRow[at];
             if (d * d > limit) {
                 for (uint8_t *row : {oldest, middle, newest}) {
                     ++row[x];
@@ -125,62 +184,95 @@ bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
     return true;
 }
 
-void MotionZone::updateReference(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
+bool MotionZone::makeReference(const BITMAPINFOHEADER &frame) {
     const int32_t H = frame.biHeight;
     const int32_t W = frame.biWidth;
     const int32_t bpp = frame.biBitCount;
 
-    if (!reference) {
-        // The zone's first frame settles the geometry until the next MotionInit.
-        DibBuffer::create(&reference);
-        frameRect = RECT{0, 0, W, H};
-        const int32_t frameW = frameRect.right - frameRect.left;
-        const int32_t frameH = frameRect.bottom - frameRect.top;
-        pixelRect.left = platform::mulDiv(zoneRect.left, frameW, W);
-        pixelRect.right = platform::mulDiv(zoneRect.right, frameW, W);
-        pixelRect.top = platform::mulDiv(zoneRect.top, frameH, H);
-        pixelRect.bottom = platform::mulDiv(zoneRect.bottom, frameH, H);
-        // Each side once, not against each other.
-        if (pixelRect.left < kMargin) pixelRect.left = kMargin;
-        if (pixelRect.top < kMargin) pixelRect.top = kMargin;
-        if (pixelRect.right > W - kMargin) pixelRect.right = W - kMargin;
-        if (pixelRect.bottom > H - kMargin) pixelRect.bottom = H - kMargin;
+    // The zone's first frame settles the geometry until the next MotionInit.
+    frameRect = RECT{0, 0, W, H};
+    const int32_t frameW = frameRect.right - frameRect.left;
+    const int32_t frameH = frameRect.bottom - frameRect.top;
+    pixelRect.left = platform::mulDiv(zoneRect.left, frameW, W);
+    pixelRect.right = platform::mulDiv(zoneRect.right, frameW, W);
+    pixelRect.top = platform::mulDiv(zoneRect.top, frameH, H);
+    pixelRect.bottom = platform::mulDiv(zoneRect.bottom, frameH, H);
+    // Each side once, not against each other.
+    if (pixelRect.left < kMargin) pixelRect.left = kMargin;
+    if (pixelRect.top < kMargin) pixelRect.top = kMargin;
+    if (pixelRect.right > W - kMargin) pixelRect.right = W - kMargin;
+    if (pixelRect.bottom > H - kMargin) pixelRect.bottom = H - kMargin;
 
-        BITMAPINFOHEADER &header = reference->header;
-        std::memcpy(&header, &frame, sizeof(header));
-        // Both sizes and the percentage in 32-bit unsigned arithmetic: once a zone passes about
-        // 43 MB the product wraps, and a zone of nearly the whole frame can come out cropped.
-        const int32_t zoneW = pixelRect.right - pixelRect.left;
-        const int32_t zoneH = pixelRect.bottom - pixelRect.top;
-        const uint32_t fullBytes = static_cast<uint32_t>(rowUnits(W, bpp)) * static_cast<uint32_t>(H) * 4u;
-        const uint32_t zoneBytes =
-            static_cast<uint32_t>(rowUnits(zoneW, header.biBitCount)) * static_cast<uint32_t>(zoneH) * 4u;
-        const uint32_t percent = zoneBytes * 100u / fullBytes;
-        if (KeepWholeFrame == 0 && percent < kCropBelowPercent) {
-            header.biWidth = zoneW;
-            header.biHeight = zoneH;
-            header.biSizeImage = zoneBytes;
-            referenceRect = RECT{0, 0, zoneW, zoneH};
-        } else {
-            referenceRect = pixelRect;
-            header.biSizeImage = fullBytes;
-        }
-        reference->prepare(&header);
+    // Both sizes and the percentage in 32-bit unsigned arithmetic: once a zone passes about
+    // 43 MB the product wraps, and a zone of nearly the whole frame can come out cropped.
+    const uint32_t fullBytes = static_cast<uint32_t>(rowUnits(W, bpp)) * static_cast<uint32_t>(H) * 4u;
+    // A zone that lies outside the frame, or a frame with no bytes, leaves nothing to watch.
+    if (int64_t{pixelRect.right} - pixelRect.left <= 0 || int64_t{pixelRect.bottom} - pixelRect.top <= 0 ||
+        fullBytes == 0) {
+        unwatched = true;
+        return false;
     }
+    const int32_t zoneW = pixelRect.right - pixelRect.left;
+    const int32_t zoneH = pixelRect.bottom - pixelRect.top;
 
+    DibBuffer::create(&reference);
+    if (!reference) return false;
+    BITMAPINFOHEADER &header = reference->header;
+    std::memcpy(&header, &frame, sizeof(header));
+    const uint32_t zoneBytes =
+        static_cast<uint32_t>(rowUnits(zoneW, header.biBitCount)) * static_cast<uint32_t>(zoneH) * 4u;
+    const uint32_t percent = zoneBytes * 100u / fullBytes;
+    if (KeepWholeFrame == 0 && percent < kCropBelowPercent) {
+        header.biWidth = zoneW;
+        header.biHeight = zoneH;
+        header.biSizeImage = zoneBytes;
+        referenceRect = RECT{0, 0, zoneW, zoneH};
+    } else {
+        referenceRect = pixelRect;
+        header.biSizeImage = fullBytes;
+    }
+    return true;
+}
+
+void MotionZone::storeFrame(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
     const BITMAPINFOHEADER &header = reference->header;
     if (header.biWidth == frame.biWidth && header.biHeight == frame.biHeight) {
         std::memcpy(reference->bits, pixels, header.biSizeImage);
         return;
     }
     // Image row i of the zone onto image row i of the reference, both bottom-up.
+    const int32_t H = frame.biHeight;
     const int32_t refH = header.biHeight;
     const ptrdiff_t refStep = rowBytes(header.biWidth, header.biBitCount);
-    const ptrdiff_t step = rowBytes(W, bpp);
-    const ptrdiff_t frameX = columnBytes(bpp, pixelRect.left);
+    const ptrdiff_t step = rowBytes(frame.biWidth, frame.biBitCount);
+    const ptrdiff_t frameX = columnBytes(frame.biBitCount, pixelRect.left);
     for (int32_t i = 0; i < refH; ++i)
         std::memcpy(reference->bits + (ptrdiff_t{refH} - 1 - i) * refStep,
                     pixels + (ptrdiff_t{H} - i - pixelRect.top - 1) * step + frameX, static_cast<size_t>(refStep));
+}
+
+bool MotionZone::stayQuiet() {
+    if (inMotion == 0) return false;
+    inMotion = 0;
+    return true;
+}
+
+bool MotionZone::watch(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
+    if (unwatched) return false;
+    if (!reference && !makeReference(frame)) return stayQuiet();
+    // Pixels that could not be had are asked for again on each frame; a fresh reference holds
+    // nothing to compare with until a frame is stored in it.
+    if (!reference->bits) {
+        referenceHeld = false;
+        if (!reference->prepare(&reference->header)) return stayQuiet();
+    }
+    // A frame of another size or depth than the one the geometry was settled on: watched only
+    // where every row still lands inside both images.
+    if (!fits(frame)) return stayQuiet();
+    const bool changed = referenceHeld && compare(frame, pixels);
+    storeFrame(frame, pixels);
+    referenceHeld = true;
+    return changed;
 }
 
 void MotionDetector::compare(const BITMAPINFOHEADER *frame, const uint8_t *pixels) {
@@ -191,9 +283,15 @@ void MotionDetector::compare(const BITMAPINFOHEADER *frame, const uint8_t *pixel
     uint32_t sum = 0;
     for (int32_t i = 0; i < zones.size(); ++i) {
         MotionZone &zone = *zones[i];
-        if (zone.compare(*frame, pixels)) lastChangeTime = platform::currentTime();
+        bool changed;
+        try {
+            changed = zone.watch(*frame, pixels);
+        } catch (const std::exception &) {
+            // Memory for the counters or the reference: the zone sits this frame out.
+            changed = zone.stayQuiet();
+        }
+        if (changed) lastChangeTime = platform::currentTime();
         if (zone.inMotion) sum += zone.inMotion;
-        zone.updateReference(*frame, pixels);
     }
     if (sum != activeSum) {
         // A new phase begins when motion starts or stops, not when the number of zones changes.
@@ -217,10 +315,11 @@ uint8_t MotionDetector::mask() const {
 
 extern "C" KX_API int32_t MotionCompare(void *detector, const BITMAPINFOHEADER *frame, const uint8_t *pixels,
                                         uint8_t *mask) {
-    *mask = 0;
-    if (!detector) return 1;
+    if (mask) *mask = 0;
+    // No frame is no frame: not even the warm-up counts it.
+    if (!detector || !frame || !pixels) return 1;
     auto *motion = static_cast<kx::MotionDetector *>(detector);
-    motion->compare(frame, pixels);
-    *mask |= motion->mask();
+    motion->compare(frame, pixels);  // catches per zone; nothing else allocates
+    if (mask) *mask |= motion->mask();
     return 1;
 }

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "frame/library_state.h"
@@ -35,6 +37,38 @@ TEST(BmpGetYDc, Table) {
     for (const auto &row : rows)
         EXPECT_EQ(BmpGetYDc(row.pixels.data(), static_cast<uint32_t>(row.pixels.size())), row.expected)
             << testing::PrintToString(row.pixels);
+}
+
+TEST(BmpGetYDc, NoWholePixelGivesZeroAndPartOfOneIsNotRead) {
+    // Each buffer is exactly count bytes long, so a read of the tail shows under the sanitizers; a
+    // tail taken as a pixel would also change the mean.
+    const struct { std::vector<uint8_t> pixels; int32_t expected; } rows[] = {
+        {{}, 0}, {{255}, 0}, {{255, 255}, 0},
+        {{100, 0, 0, 255}, 29}, {{100, 0, 0, 255, 255}, 29}, {{100, 0, 0, 0, 100, 0, 255}, 43},  // (29 + 57) / 2
+    };
+    for (const auto &row : rows) {
+        std::unique_ptr<uint8_t[]> exact(new uint8_t[row.pixels.size() + !row.pixels.size()]);
+        std::copy(row.pixels.begin(), row.pixels.end(), exact.get());
+        EXPECT_EQ(BmpGetYDc(exact.get(), static_cast<uint32_t>(row.pixels.size())), row.expected)
+            << testing::PrintToString(row.pixels);
+    }
+    EXPECT_EQ(BmpGetYDc(nullptr, 300), 0);
+}
+
+// A null variable makes any stepper a call that moves nothing and reports 0; the others keep their
+// values. The inputs are ones where every stepper would move something.
+TEST(Steppers, NullVariablesMoveNothing) {
+    for (int32_t missing = 0; missing < 4; ++missing) {
+        int32_t y = 10, stage = 130, g = 500, s = 10;
+        int32_t *p[4] = {&y, &stage, &g, &s};
+        p[missing] = nullptr;
+        if (missing != 1) {
+            EXPECT_EQ(ChangeGain(p[0], p[2], p[3]), 0) << missing;
+            EXPECT_EQ(ChangeGain2(p[0], 100, p[2], p[3]), 0) << missing;
+        }
+        EXPECT_EQ(ChangeGain3(p[0], 100, p[1], p[2], p[3]), 0) << missing;
+        EXPECT_EQ((std::vector{y, stage, g, s}), (std::vector{10, 130, 500, 10})) << missing;
+    }
 }
 
 // Y, G, S in; G, S and the result out.

@@ -2,9 +2,11 @@
 
 #include <array>
 #include <cstdint>
+#include <random>
 #include <tuple>
 #include <vector>
 
+#include "guarded_buffer.h"
 #include "kestrix.h"
 #include "motion/motion_detector.h"
 #include "platform/platform.h"
@@ -229,6 +231,118 @@ TEST(MotionCompare, MotionLastsWhileFramesDifferAndStopsOnTheFirstStillOne) {
                   std::tuple(s.mask, s.activeSum, s.framesInPhase, (std::array{16, s.triggerY})))
             << "frame " << &s - script;
         EXPECT_GE(state.lastChangeTime, before);
+    }
+}
+
+
+// A frame exactly as large as its header says, ending at a no-access page: a read past its end
+// faults. Bottom-up rows padded to 32 bits; at(x, y) counts y from the top.
+struct GuardedFrame {
+    BITMAPINFOHEADER header;
+    int32_t step;
+    test::GuardedBuffer bytes;
+    GuardedFrame(int32_t w, int32_t h, uint16_t bits, uint8_t fill)
+        : header{40, w, h, 1, bits, 0, 0, 0, 0, 0, 0}, step((w * bits + 31) / 32 * 4),
+          bytes(size_t(step) * size_t(h), fill) {}
+    uint8_t &at(int32_t x, int32_t y) { return bytes.data()[size_t((header.biHeight - 1 - y) * step + x * bits() / 8)]; }
+    int32_t bits() const { return header.biBitCount; }
+};
+
+// Feeds a frame with the mask byte between two sentinels; both must survive.
+uint8_t feedGuarded(void *handle, const GuardedFrame &frame) {
+    uint8_t mask[3] = {0xEE, 0xA5, 0xEE};
+    EXPECT_EQ(MotionCompare(handle, &frame.header, frame.bytes.data(), &mask[1]), 1);
+    EXPECT_EQ(mask[0], 0xEE);
+    EXPECT_EQ(mask[2], 0xEE);
+    return mask[1];
+}
+
+// Zones set for one stream and frames of another: every call returns 1, reads only inside the
+// frame, and a zone whose geometry does not fit the frame reports no motion until it fits again.
+TEST(MotionCompare, ZonesAndFramesThatDoNotFitEndNoProcess) {
+    // A frame: size, depth, a changed sample (x < 0: none), and the mask it must give.
+    struct Step { int32_t w, h, bits, x, y; uint8_t mask; };
+    const struct { const char *what; int32_t sensitivity; std::vector<RECT> zones; Step prime; std::vector<Step> then; }
+        cases[] = {
+            {"zone right of and below a 25x75 frame: nothing to watch", 9, {{43, 80, 51, 144}}, {25, 75, 16, -1, 0, 0},
+             {{25, 75, 16, 10, 10, 0}, {25, 75, 16, 20, 70, 0}}},
+            {"zone over the bottom-left corner: clamped to 2,67,23,73 and watched", 9, {{-9, 67, 32, 156}},
+             {25, 75, 16, -1, 0, 0}, {{25, 75, 16, 2, 67, 1}, {25, 75, 16, 2, 67, 0}}},
+            {"cropped 600x460 reference, then 176x128 frames, then the old size again", 9, {{100, 100, 700, 560}},
+             {720, 576, 24, -1, 0, 0},
+             {{176, 128, 24, 108, 108, 0}, {176, 128, 24, -1, 0, 0}, {720, 576, 24, 108, 108, 1}}},
+            {"whole-frame reference, then a smaller frame, then the old size again", 9, {},
+             {64, 48, 24, -1, 0, 0}, {{32, 48, 24, 10, 10, 0}, {64, 48, 24, 10, 10, 1}}},
+            {"whole-frame reference, then 16-bit frames of the same size", 9, {}, {64, 48, 24, -1, 0, 0},
+             {{64, 48, 16, 10, 10, 0}, {64, 48, 24, 10, 10, 1}}},
+            {"a zone that still fits the smaller frame is watched", 9, {{4, 4, 20, 20}}, {64, 48, 24, -1, 0, 0},
+             {{40, 40, 24, 8, 8, 1}}},
+            {"frames with no width", 9, {}, {0, 75, 24, -1, 0, 0}, {{0, 75, 24, -1, 0, 0}}},
+            {"frames with no height", 9, {}, {25, 0, 24, -1, 0, 0}, {{25, 0, 24, -1, 0, 0}}},
+            // Samples run 3 bytes a pixel over 1-byte pixels: the scan would leave the frame.
+            {"8-bit frames whose scan leaves the frame", 9, {{20, 2, 60, 46}}, {64, 48, 8, -1, 0, 0},
+             {{64, 48, 8, 20, 2, 0}}},
+        };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        Detector detector;
+        detector.init(c.sensitivity, c.zones);
+        for (int i = 0; i < 35; ++i) {
+            GuardedFrame frame(c.prime.w, c.prime.h, uint16_t(c.prime.bits), 0);
+            EXPECT_EQ(feedGuarded(detector.handle, frame), 0);
+        }
+        for (const Step &step : c.then) {
+            GuardedFrame frame(step.w, step.h, uint16_t(step.bits), 0);
+            if (step.x >= 0) frame.at(step.x, step.y) = 200;  // 8 in the bits a 16-bit frame keeps
+            EXPECT_EQ(feedGuarded(detector.handle, frame), step.mask) << &step - c.then.data();
+        }
+    }
+}
+
+TEST(MotionCompare, NullPointersAreNoFrame) {
+    Detector detector;
+    detector.init(9, {});
+    GuardedFrame frame(32, 32, 24, 0);
+    uint8_t mask = 0xA5;
+    EXPECT_EQ(MotionCompare(detector.handle, nullptr, frame.bytes.data(), &mask), 1);
+    EXPECT_EQ(mask, 0);
+    EXPECT_EQ(MotionCompare(detector.handle, &frame.header, nullptr, &mask), 1);
+    EXPECT_EQ(detector.state().warmUpFrames, 0);  // neither counted
+    // Without a mask byte the frame still counts; nothing is written.
+    EXPECT_EQ(MotionCompare(detector.handle, &frame.header, frame.bytes.data(), nullptr), 1);
+    EXPECT_EQ(detector.state().warmUpFrames, 1);
+    EXPECT_EQ(MotionInit(detector.handle, 9, nullptr, 4), 1);  // null rectangles: the whole frame
+    EXPECT_EQ(box(detector.zone(0).zoneRect), (Box{0, 0, 32767, 32767}));
+}
+
+// Random zones, sensitivities, sizes and depths, changing between and within MotionInit calls, on
+// frames exactly as large as their headers say. Each call returns 1 and reports only zones it has.
+TEST(MotionCompare, RandomStreamsStayInsideTheirFrames) {
+    std::mt19937 random(20261124);
+    auto pick = [&random](int32_t lo, int32_t hi) { return std::uniform_int_distribution<int32_t>(lo, hi)(random); };
+    const uint16_t depths[] = {16, 24, 24, 8, 32};
+    for (int round = 0; round < 150; ++round) {
+        Detector detector;
+        std::vector<RECT> zones(size_t(pick(0, 5)));
+        for (RECT &r : zones) r = {pick(-40, 90), pick(-40, 90), pick(-40, 130), pick(-40, 130)};
+        detector.init(pick(-3, 12), zones);
+        detector.state().warmUpFrames = kWarmUpFrames;  // every frame is watched from here
+        int32_t w = pick(0, 90), h = pick(0, 90);
+        uint16_t bits = depths[pick(0, 4)];
+        for (int i = 0; i < 20; ++i) {
+            if (pick(0, 3) == 0) {
+                w = pick(0, 90), h = pick(0, 90);
+                bits = depths[pick(0, 4)];
+            }
+            GuardedFrame frame(w, h, bits, uint8_t(pick(0, 255)));
+            for (int dot = pick(0, 20); dot > 0 && frame.bytes.size() > 0; --dot)
+                frame.bytes.data()[size_t(pick(0, int32_t(frame.bytes.size()) - 1))] = uint8_t(pick(0, 255));
+            const uint8_t mask = feedGuarded(detector.handle, frame);
+            const int32_t count = detector.state().zones.size();
+            if (count < 8) {
+                EXPECT_EQ(mask >> count, 0);
+            }
+        }
     }
 }
 
