@@ -1,5 +1,7 @@
 #include "frame/library_state.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -13,17 +15,32 @@ Settings settings;
 uint8_t *FrameScratch = nullptr;
 int32_t ScratchWidth = 1600;
 int32_t ScratchHeight = 1200;
+uint64_t ScratchBytes = 0;
+
+bool replaceFrameScratch(uint64_t bytes, uint64_t keep) {
+    if (bytes > SIZE_MAX) return false;
+    uint8_t *block = new (std::nothrow) uint8_t[static_cast<size_t>(bytes)];
+    if (!block) return false;
+    std::memset(block, 0, static_cast<size_t>(bytes));
+    if (FrameScratch) {
+        std::memcpy(block, FrameScratch, static_cast<size_t>(std::min({keep, bytes, ScratchBytes})));
+        delete[] FrameScratch;
+    }
+    FrameScratch = block;
+    ScratchBytes = bytes;
+    return true;
+}
 
 bool attachLibrary() {
     // The level comes first, before anything that could run a kernel; its status is information.
     pxChooseLevel();
     // The platform's class-library registration has no counterpart here, so nothing fails the load.
     readSettings(settings);
+    // 5,760,040 bytes, also the 8-aligned area of 1600 by 1200. Without it the first paint call
+    // that resizes makes a block, or returns 0.
     FrameScratch = nullptr;
-    // Computed in 32 bits, as the paint code computes its growth.
-    const uint32_t bytes = static_cast<uint32_t>(ScratchWidth * ScratchHeight * 3 + 40);
-    FrameScratch = new uint8_t[bytes];
-    std::memset(FrameScratch, 0, bytes);
+    ScratchBytes = 0;
+    replaceFrameScratch(uint64_t{1600} * 1200 * 3 + 40, 0);
     return true;
 }
 
@@ -31,6 +48,7 @@ void detachLibrary() {
     if (FrameScratch) {
         delete[] FrameScratch;
         FrameScratch = nullptr;
+        ScratchBytes = 0;
     }
 }
 

@@ -26,6 +26,14 @@ extern Settings settings;
 extern uint8_t *FrameScratch;
 extern int32_t ScratchWidth;
 extern int32_t ScratchHeight;
+// The block's true size in bytes: enough for everything a paint call writes into it or paints
+// from it, which can be more than the window sizes above record.
+extern uint64_t ScratchBytes;
+
+// Puts a zero-filled block of bytes in place of FrameScratch, with the first keep bytes of the
+// old one copied over. The new block is had before the old one is freed: when it cannot be had,
+// the result is false and the old block stays. Sizes are the caller's to record.
+bool replaceFrameScratch(uint64_t bytes, uint64_t keep);
 
 // Process attach and detach, in the library's order. attachLibrary's false fails the load.
 bool attachLibrary();

@@ -23,6 +23,10 @@ size_t copyLength(int32_t length) {
     return static_cast<size_t>(length < kTextBufferSize ? length : kTextBufferSize);
 }
 
+// value * to / from with a 32-bit product, truncated. The quotient is cut back to 32 bits too, so
+// the one that does not fit (the most negative product over -1) wraps instead of faulting.
+int32_t scaled(int32_t value, int32_t to, int32_t from) { return wrap32(int64_t{wrap32(int64_t{value} * to)} / from); }
+
 // The text up to its first zero byte, as a "%s" format takes it.
 std::string upToZero(const char *bytes) { return std::string(bytes, ::strnlen(bytes, kTextBufferSize)); }
 
@@ -72,13 +76,14 @@ void outlineZones(platform::PaintDevice &device, platform::PaintContext dc, cons
         // window, and an inverted one has a negative size and passes.
         const bool fits = wrap32(int64_t{rect.right} - rect.left) <= frameWidth &&
                           wrap32(int64_t{rect.bottom} - rect.top) <= frameHeight;
-        if (fits) {
+        // A frame with no width or height has no mapping: its outlines are not drawn.
+        if (fits && frameWidth != 0 && frameHeight != 0) {
             // From frame pixels to the painted image, in 32 bits with truncation. No offset: on the
             // crop road the painted header has the frame's size and the rectangle stays where it is.
-            rect.left = wrap32(int64_t{rect.left} * paintWidth) / frameWidth;
-            rect.top = wrap32(int64_t{rect.top} * paintHeight) / frameHeight;
-            rect.right = wrap32(int64_t{rect.right} * paintWidth) / frameWidth;
-            rect.bottom = wrap32(int64_t{rect.bottom} * paintHeight) / frameHeight;
+            rect.left = scaled(rect.left, paintWidth, frameWidth);
+            rect.top = scaled(rect.top, paintHeight, frameHeight);
+            rect.right = scaled(rect.right, paintWidth, frameWidth);
+            rect.bottom = scaled(rect.bottom, paintHeight, frameHeight);
             device.frameRect(dc, &rect, brush);
         }
         device.deleteObject(brush);

@@ -1,5 +1,6 @@
 // JpegDecompress2 and JpegDecompress3: a ready frame painted into a window, fitted by one of three
 // roads, with zone outlines and two texts over it. Nothing is decoded, in spite of the names.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -29,20 +30,53 @@ struct PaintCall {
     int32_t useResizeTarget, wideText;
 };
 
+// The side of the 8-aligned image a window side is resized into, as the resize road computes it,
+// and 0 where that is not a positive size.
+int64_t alignedSide(int32_t side) { return std::max<int64_t>(wrap32(int64_t{side} + 7) / 8 * 8, 0); }
+
 // Grows the shared block when the window outgrows it. The other dimension follows the window
-// even if it is smaller, so the block can shrink in one direction. JpegDecompress2 leaves out the
-// 40 bytes that attach and JpegDecompress3 add; that difference is kept.
-void growScratch(PaintForm form, int32_t width, int32_t height) {
-    if (width <= ScratchWidth && height <= ScratchHeight) return;
-    // On an allocation failure the exception leaves with the old block already freed.
-    delete[] FrameScratch;
+// even if it is smaller, so the recorded sizes can fall. The block itself is made for the
+// 8-aligned image of the new window that the resize writes, JpegDecompress3's with the 40 bytes
+// that attach adds and JpegDecompress2's without. False, with the old block and sizes kept, when
+// the new block cannot be had.
+bool growScratch(PaintForm form, int32_t width, int32_t height) {
+    if (width <= ScratchWidth && height <= ScratchHeight) return true;
+    const uint64_t extra = form == PaintForm::Decompress3 ? 40u : 0u;
+    if (!replaceFrameScratch(static_cast<uint64_t>(alignedSide(width) * alignedSide(height)) * 3u + extra, 0))
+        return false;
     ScratchWidth = width;
     ScratchHeight = height;
-    const uint32_t extra = form == PaintForm::Decompress3 ? 40u : 0u;
-    const auto bytes = static_cast<int32_t>(static_cast<uint32_t>(width) * static_cast<uint32_t>(height) * 3u + extra);
-    FrameScratch = new uint8_t[bytes];
-    std::memset(FrameScratch, 0, static_cast<size_t>(bytes));
+    return true;
 }
+
+// Bytes from the start of the block that a resize into it writes (rows of three bytes a pixel at
+// the target step) and that the paint reads back (rows of the header's bit count, padded to 32
+// bits), or -1 when the rows would run backwards from the block's start. A frame of 24 bits a
+// pixel always fits the block the growth made; other depths can ask for more.
+int64_t scratchReach(const BITMAPINFOHEADER &paintHeader, int32_t targetStep) {
+    const int64_t w = paintHeader.biWidth, h = paintHeader.biHeight;
+    if (w <= 0 || h <= 0) return 0;  // the resize refuses these sizes and the paint shows nothing
+    if (targetStep < 0 && h > 1) return -1;
+    const int64_t written = (h - 1) * targetStep + 3 * w;
+    const int64_t painted = (w * paintHeader.biBitCount + 31) / 32 * 4 * h;
+    return std::max(written, painted);
+}
+
+// The window's context, given back when the call leaves, whichever way it leaves.
+class WindowContext {
+public:
+    WindowContext(platform::PaintDevice &device, int32_t window)
+        : device_(device), window_(window), dc_(device.getWindowDC(window)) {}
+    ~WindowContext() { device_.releaseDC(window_, dc_); }
+    WindowContext(const WindowContext &) = delete;
+    WindowContext &operator=(const WindowContext &) = delete;
+    platform::PaintContext get() const { return dc_; }
+
+private:
+    platform::PaintDevice &device_;
+    int32_t window_;
+    platform::PaintContext dc_;
+};
 
 // Every road paints alike: the window less a one-pixel rim, from source row 1, all scans.
 void paintImage(platform::PaintDevice &device, platform::PaintContext dc, const PaintCall &call, int32_t sourceX,
@@ -51,46 +85,74 @@ void paintImage(platform::PaintDevice &device, platform::PaintContext dc, const 
                              static_cast<uint32_t>(call.height), bits, header, platform::kRgbColours);
 }
 
+// The resize road's target image: its header and row step.
+struct ResizeTarget {
+    BITMAPINFOHEADER header;
+    int32_t step;
+};
+
+ResizeTarget resizeTarget(const BITMAPINFOHEADER &frame, int32_t width, int32_t height) {
+    ResizeTarget target{frame, 0};
+    const int32_t alignedWidth = wrap32(int64_t{width} + 7) / 8 * 8;
+    const int32_t alignedHeight = wrap32(int64_t{height} + 7) / 8 * 8;
+    target.header.biWidth = alignedWidth;
+    target.header.biHeight = alignedHeight;
+    const uint64_t imageBits = uint64_t{target.header.biBitCount} * uint32_t(alignedHeight) * uint32_t(alignedWidth);
+    target.header.biSizeImage = static_cast<uint32_t>(wrap32(static_cast<int64_t>(imageBits)) / 8);
+    target.step = wrap32(int64_t{target.header.biBitCount} * alignedWidth) / 8;
+    return target;
+}
+
 int32_t paintFrame(const PaintCall &call) {
     if (!call.header) return 0;
-    growScratch(call.form, call.width, call.height);
-    platform::PaintDevice &device = platform::paintDevice();
-    platform::PaintContext dc = device.getWindowDC(call.window);
-
+    if (!growScratch(call.form, call.width, call.height)) return 0;
     BITMAPINFOHEADER &frame = *call.header;
-    BITMAPINFOHEADER paintHeader{};
     const Fit fit = chooseFit(call.form, frame.biWidth, frame.biHeight, call.width, call.height);
+
+    uint8_t *fitImage = FrameScratch;
+    if (call.form == PaintForm::Decompress3 && call.resizeTarget && call.useResizeTarget) {
+        fitImage = call.resizeTarget;  // the caller's, and sized by the caller
+    }
+    const ResizeTarget target = resizeTarget(frame, call.width, call.height);
+    if (fit.road == Road::Resize && fitImage == FrameScratch) {
+        // Make sure the block holds all that this frame's depth writes and paints, keeping what it
+        // held: a column the resize leaves unwritten shows the block's old content.
+        const int64_t reach = scratchReach(target.header, target.step);
+        if (reach < 0) return 0;
+        if (static_cast<uint64_t>(reach) > ScratchBytes && !replaceFrameScratch(uint64_t(reach), ScratchBytes))
+            return 0;
+        fitImage = FrameScratch;
+    }
+
+    platform::PaintDevice &device = platform::paintDevice();
+    const WindowContext context(device, call.window);
+    const platform::PaintContext dc = context.get();
+    BITMAPINFOHEADER paintHeader{};
     switch (fit.road) {
-        case Road::SameSize:
+        case Road::SameSize: {
             paintHeader.biWidth = frame.biWidth;
             paintHeader.biHeight = frame.biHeight;
-            // A negative height makes the first memory row the top one, for this paint only.
-            frame.biHeight = -frame.biHeight;
+            // A negative height makes the first memory row the top one, for this paint only; the
+            // caller's height comes back however the paint ends.
+            struct Flipped {
+                BITMAPINFOHEADER &header;
+                explicit Flipped(BITMAPINFOHEADER &h) : header(h) { header.biHeight = -header.biHeight; }
+                ~Flipped() { header.biHeight = -header.biHeight; }
+            } flipped(frame);
             paintImage(device, dc, call, 1, call.pixels, &frame);
-            frame.biHeight = -frame.biHeight;
             break;
+        }
         case Road::Resize: {
-            uint8_t *fitImage = FrameScratch;
-            if (call.form == PaintForm::Decompress3 && call.resizeTarget && call.useResizeTarget) {
-                fitImage = call.resizeTarget;
-            }
-            paintHeader = frame;
-            const int32_t alignedWidth = wrap32(int64_t{call.width} + 7) / 8 * 8;
-            const int32_t alignedHeight = wrap32(int64_t{call.height} + 7) / 8 * 8;
-            paintHeader.biWidth = alignedWidth;
-            paintHeader.biHeight = alignedHeight;
-            const uint64_t imageBits = uint64_t{paintHeader.biBitCount} * uint32_t(alignedHeight) * uint32_t(alignedWidth);
-            paintHeader.biSizeImage = static_cast<uint32_t>(wrap32(static_cast<int64_t>(imageBits)) / 8);
+            paintHeader = target.header;
             // Divided in single precision and only then widened: the factors' rounding is part of
             // the result (a 100-wide rectangle into 352 gives 351 columns).
-            const float xRatio = static_cast<float>(alignedWidth) / static_cast<float>(fit.fitRect.width);
-            const float yRatio = static_cast<float>(alignedHeight) / static_cast<float>(fit.fitRect.height);
+            const float xRatio = static_cast<float>(paintHeader.biWidth) / static_cast<float>(fit.fitRect.width);
+            const float yRatio = static_cast<float>(paintHeader.biHeight) / static_cast<float>(fit.fitRect.height);
             const double xFactor = xRatio, yFactor = yRatio;
             // Unaligned rows: the frame is taken to have rows of exactly this length.
             const int32_t sourceStep = wrap32(int64_t{frame.biBitCount} * frame.biWidth) / 8;
-            const int32_t targetStep = wrap32(int64_t{paintHeader.biBitCount} * alignedWidth) / 8;
             pxResizeC3(call.pixels, PxSize{frame.biWidth, frame.biHeight}, sourceStep, fit.fitRect, fitImage,
-                       targetStep, PxSize{alignedWidth, alignedHeight}, xFactor, yFactor, PxLinear);
+                       target.step, PxSize{paintHeader.biWidth, paintHeader.biHeight}, xFactor, yFactor, PxLinear);
             paintHeader.biHeight = -paintHeader.biHeight;
             paintImage(device, dc, call, 1, fitImage, &paintHeader);
             paintHeader.biHeight = -paintHeader.biHeight;
@@ -115,9 +177,16 @@ int32_t paintFrame(const PaintCall &call) {
     }
     outlineZones(device, dc, call.zones, call.zoneCount, frame, paintHeader);
     drawTexts(device, dc, call.width, call.height, topLeft, call.textState, bottomRight);
-
-    device.releaseDC(call.window, dc);
     return 1;
+}
+
+// No exception leaves the library: a call that meets one has painted what it could and reports 0.
+int32_t paintFrameCaught(const PaintCall &call) {
+    try {
+        return paintFrame(call);
+    } catch (...) {
+        return 0;
+    }
 }
 
 }  // namespace
@@ -131,7 +200,7 @@ KX_API int32_t JpegDecompress2(int32_t window, int32_t width, int32_t height, co
                                int32_t topLeftLength, int32_t textState, const void *bottomRightText,
                                int32_t bottomRightLength) {
     using namespace kx::present;
-    return paintFrame(PaintCall{PaintForm::Decompress2, window, width, height, zones, zoneCount, frame, pixels,
+    return paintFrameCaught(PaintCall{PaintForm::Decompress2, window, width, height, zones, zoneCount, frame, pixels,
                                 topLeftText, topLeftLength, textState, bottomRightText, bottomRightLength, nullptr, 0,
                                 1});
 }
@@ -142,7 +211,7 @@ KX_API int32_t JpegDecompress3(int32_t window, int32_t width, int32_t height, co
                                int32_t bottomRightLength, intptr_t, intptr_t, intptr_t, uint8_t *resizeTarget,
                                int32_t useResizeTarget, int32_t wideText) {
     using namespace kx::present;
-    return paintFrame(PaintCall{PaintForm::Decompress3, window, width, height, zones, zoneCount, frame, pixels,
+    return paintFrameCaught(PaintCall{PaintForm::Decompress3, window, width, height, zones, zoneCount, frame, pixels,
                                 topLeftText, topLeftLength, textState, bottomRightText, bottomRightLength,
                                 resizeTarget, useResizeTarget, wideText});
 }

@@ -8,6 +8,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include "frame/library_state.h"
 #include "kestrix/px.h"
@@ -23,6 +24,10 @@ void *operator new[](size_t size) {
     lastArraySize = size;
     if (void *block = std::malloc(size ? size : 1)) return block;
     throw std::bad_alloc();
+}
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+    lastArraySize = size;
+    return std::malloc(size ? size : 1);
 }
 void operator delete[](void *block) noexcept { std::free(block); }
 void operator delete[](void *block, size_t) noexcept { std::free(block); }
@@ -110,8 +115,7 @@ protected:
     }
     void TearDown() override { platform::setPaintDevice(nullptr); }
     static void resetScratch() {
-        delete[] FrameScratch;
-        FrameScratch = new uint8_t[1600 * 1200 * 3 + 40]();
+        ASSERT_TRUE(replaceFrameScratch(1600 * 1200 * 3 + 40, 0));
         ScratchWidth = 1600;
         ScratchHeight = 1200;
     }
@@ -187,12 +191,13 @@ TEST_F(PaintTest, RoadFitRectAndPaint) {
     }
 }
 
-// The block grows when either side outgrows it, and the other side follows the window.
+// The block grows when either side outgrows it, and the other side follows the window. It is
+// made for the 8-aligned image that the resize writes, not for the window alone.
 TEST_F(PaintTest, ScratchGrowth) {
     const struct { bool form3; int32_t width, height; size_t bytes; } cases[] = {
-        {D2, 1700, 100, 510000},  // 1700 * 100 * 3: without the 40 bytes of attach
-        {D3, 1700, 100, 510040},
-        {D2, 100, 1300, 390000},  // the width falls to 100
+        {D2, 1700, 100, 531648},  // 1704 * 104 * 3: without the 40 bytes of attach
+        {D3, 1700, 100, 531688},
+        {D2, 100, 1300, 406848},  // 104 * 1304 * 3: the width falls to 100
         {D3, 1600, 1200, 0},      // equal: no growth
     };
     for (const auto &c : cases) {
@@ -210,6 +215,63 @@ TEST_F(PaintTest, ScratchGrowth) {
         EXPECT_EQ(static_cast<size_t>(std::count(FrameScratch, FrameScratch + checked, c.bytes ? 0 : 0xEE)), checked);
         EXPECT_TRUE(c.bytes || FrameScratch == before);
     }
+}
+
+// Windows whose sides are not multiples of 8: the block holds the whole 8-aligned image that the
+// resize writes into it (the sanitizers watch its ends), byte for byte a direct resize's.
+TEST_F(PaintTest, BlockHoldsTheAlignedImage) {
+    const struct { bool form3; int32_t width, height, alignedWidth, alignedHeight; uint64_t bytes; } cases[] = {
+        {D2, 1700, 100, 1704, 104, 531648},  // the window alone asks for 510,000: 21,648 short
+        {D3, 1700, 100, 1704, 104, 531688},
+        {D2, 1601, 100, 1608, 104, 501696},
+        {D3, 1500, 1300, 1504, 1304, 5883688},
+        {D2, 333, 77, 336, 80, 5760040},  // no growth: the block of attach
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.width);
+        resetScratch();
+        TestFrame frame(720, 576);
+        ASSERT_EQ(paint(c.form3, frame, c.width, c.height), 1);
+        EXPECT_EQ(ScratchBytes, c.bytes);
+        const size_t image = size_t(c.alignedWidth) * size_t(c.alignedHeight) * 3;
+        std::vector<uint8_t> expected(image, 0xEE);
+        const auto form = c.form3 ? present::PaintForm::Decompress3 : present::PaintForm::Decompress2;
+        const PxRect fit = present::chooseFit(form, 720, 576, c.width, c.height).fitRect;
+        pxResizeC3(frame.pixels.data(), PxSize{720, 576}, 720 * 3, fit, expected.data(), c.alignedWidth * 3,
+                   PxSize{c.alignedWidth, c.alignedHeight},
+                   static_cast<float>(c.alignedWidth) / static_cast<float>(fit.width),
+                   static_cast<float>(c.alignedHeight) / static_cast<float>(fit.height), PxLinear);
+        std::memset(FrameScratch, 0xEE, size_t(ScratchBytes));
+        ASSERT_EQ(paint(c.form3, frame, c.width, c.height), 1);
+        EXPECT_EQ(std::vector<uint8_t>(FrameScratch, FrameScratch + image), expected);
+    }
+}
+
+// A block that cannot be had: the old one and its sizes stay, nothing is painted, 0 comes back,
+// and the next call paints as before.
+TEST_F(PaintTest, BlockBeyondMemoryPaintsNothing) {
+    TestFrame frame(720, 576);
+    const uint8_t *block = FrameScratch;
+    for (const bool form3 : {D2, D3}) {
+        EXPECT_EQ(paint(form3, frame, 1000000, 1000000), 0);  // 3 TB
+        EXPECT_EQ(std::tuple(FrameScratch, ScratchBytes, ScratchWidth, ScratchHeight),
+                  std::tuple(block, uint64_t{5760040}, 1600, 1200));
+    }
+    // A bit count whose row step wraps to a negative one would write below the block.
+    TestFrame odd(8, 8);
+    odd.header.biBitCount = 65535;
+    EXPECT_EQ(paint(D2, odd, 40000, 8), 0);
+    EXPECT_TRUE(device.calls.empty());
+    EXPECT_EQ(paint(D2, frame, 800, 600), 1);
+    EXPECT_EQ(device.only(Op::SetDIBits).size(), 1u);
+}
+
+// A 32-bit frame on the resize road: the paint reads four bytes a pixel, so the block grows to
+// 1600 * 1200 * 4 while the recorded sizes stay those of the window.
+TEST_F(PaintTest, DeeperFramesGetTheBlockTheyReach) {
+    TestFrame frame(720, 576, 32);
+    ASSERT_EQ(paint(D2, frame, 1600, 1200), 1);
+    EXPECT_EQ(std::tuple(ScratchBytes, ScratchWidth, ScratchHeight), std::tuple(uint64_t{7680000}, 1600, 1200));
 }
 
 // The resize writes what a direct resize of FitRect writes, with factors divided in single

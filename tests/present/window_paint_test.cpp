@@ -30,7 +30,7 @@ void sync() { std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focu
 }  // namespace
 
 int32_t openWindow(int32_t width, int32_t height) {
-    if (!FrameScratch) FrameScratch = new uint8_t[1600 * 1200 * 3 + 40]();  // as attach makes it
+    if (!FrameScratch) replaceFrameScratch(1600 * 1200 * 3 + 40, 0);  // as attach makes it
     if (!connection) connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection)) return 0;
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;

@@ -22,9 +22,17 @@ public:
     int32_t setDIBitsToDevice(PaintContext dc, int32_t x, int32_t y, int32_t width, int32_t height, int32_t sourceX,
                               int32_t sourceY, uint32_t startScan, uint32_t scanCount, const void *bits,
                               const BITMAPINFOHEADER *header, uint32_t colourUse) override {
+        // Frames come with no colour table, but GDI reads one behind the header for depths of 8
+        // bits or less, and three masks for bit fields: it finds zeros in a copy instead of reading
+        // past the caller's 40 bytes.
+        struct {
+            BITMAPINFOHEADER header;
+            RGBQUAD colours[256];
+        } info{};
+        info.header = *header;
         return SetDIBitsToDevice(static_cast<HDC>(dc), x, y, static_cast<DWORD>(width), static_cast<DWORD>(height),
                                  sourceX, sourceY, startScan, scanCount, bits,
-                                 reinterpret_cast<const BITMAPINFO *>(header), colourUse);
+                                 reinterpret_cast<const BITMAPINFO *>(&info), colourUse);
     }
 
     PaintBrush createSolidBrush(uint32_t colour) override { return CreateSolidBrush(colour); }
