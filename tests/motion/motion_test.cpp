@@ -346,5 +346,21 @@ TEST(MotionCompare, RandomStreamsStayInsideTheirFrames) {
     }
 }
 
+
+// Thousands of detectors opened, driven through their references and closed again, some with a
+// second MotionInit in between; under the sanitizers nothing may be left when the program ends.
+TEST(MotionLifecycle, ThousandsOfDetectorsLeaveNothing) {
+    GuardedFrame frame(40, 30, 24, 50), moved(40, 30, 24, 50);
+    moved.at(8, 8) = 200;
+    for (int i = 0; i < 3000; ++i) {
+        Detector detector;
+        detector.init(9, {{4, 4, 20, 20}, {0, 0, 40, 30}});
+        detector.state().warmUpFrames = kWarmUpFrames;
+        feedGuarded(detector.handle, frame);
+        if (i % 3 == 0) detector.init(4, {});
+        EXPECT_EQ(feedGuarded(detector.handle, i % 2 ? moved : frame), 0);
+    }
+}
+
 }  // namespace
 }  // namespace kx

@@ -274,6 +274,23 @@ TEST_F(PaintTest, DeeperFramesGetTheBlockTheyReach) {
     EXPECT_EQ(std::tuple(ScratchBytes, ScratchWidth, ScratchHeight), std::tuple(uint64_t{7680000}, 1600, 1200));
 }
 
+// Hundreds of paints over all three roads, growing the block now and then, with zones and texts;
+// under the sanitizers nothing may be left when the program ends.
+TEST_F(PaintTest, HundredsOfPaintsLeaveNothing) {
+    TestFrame frame(720, 576);
+    const RECT zones[] = {{10, 10, 100, 100}, {0, 0, 720, 576}};
+    const uint16_t text[] = {'C', 'a', 'm', ' ', '1'};
+    const int32_t windows[][2] = {{720, 576}, {640, 480}, {800, 600}, {1700, 100}, {333, 77}};
+    for (int i = 0; i < 300; ++i) {
+        const auto &window = windows[i % 5];
+        device.calls.clear();
+        ASSERT_EQ(paint(i % 2 ? D3 : D2, frame, window[0], window[1],
+                        {.zones = zones, .zoneCount = 2, .topLeft = text, .topLeftLength = 5, .bottomRight = text,
+                         .bottomRightLength = 5}),
+                  1);
+    }
+}
+
 // The resize writes what a direct resize of FitRect writes, with factors divided in single
 // precision, and nothing past the aligned image: into the block, or into resizeTarget when
 // JpegDecompress3 is asked to, leaving the block alone.

@@ -120,14 +120,17 @@ CpuidAnswers readCpuid() {
 
 PxStatus cacheSizeOnce(int32_t *size, CacheState &state, CpuidAnswers (*source)()) {
     if (size == nullptr) return PxStsNullPtr;
-    if (state.status == 1) {
-        // Two threads may both get here; they store the same values, so no guard is needed.
+    PxStatus status = state.status.load(std::memory_order_acquire);
+    if (status == 1) {
+        // Two threads may both get here; they store the same values, so no lock is needed. The
+        // size goes first: a status other than 1 vouches for it.
         const CacheAnswer answer = cacheSizeFrom(source());
-        state.size = answer.size;
-        state.status = answer.status;
+        state.size.store(answer.size, std::memory_order_relaxed);
+        state.status.store(answer.status, std::memory_order_release);
+        status = answer.status;
     }
-    *size = state.size;
-    return state.status;
+    *size = state.size.load(std::memory_order_relaxed);
+    return status;
 }
 
 namespace {

@@ -2,6 +2,8 @@
 // can be checked against the answers of processors other than the one at hand.
 #pragma once
 
+#include <atomic>
+
 #include <cstdint>
 
 #include "kestrix/px.h"
@@ -27,10 +29,11 @@ CacheAnswer cacheSizeFrom(const CpuidAnswers &answers);
 // The answers of the processor at hand.
 CpuidAnswers readCpuid();
 
-// What pxCacheSize keeps: status 1 means not asked yet.
+// What pxCacheSize keeps: status 1 means not asked yet. Threads that ask at once may each run
+// the query and store the same answer; atomics keep those stores from tearing or racing.
 struct CacheState {
-    PxStatus status = 1;
-    int32_t size = 0;
+    std::atomic<PxStatus> status{1};
+    std::atomic<int32_t> size{0};
 };
 
 // pxCacheSize over a given state and source of answers: the source is asked at most once, and

@@ -1,5 +1,7 @@
 #include "kernels/core/cpu_features.h"
 
+#include <atomic>
+
 #include "kernels/core/level.h"
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -17,9 +19,10 @@ int32_t pxLevel2Flag = 0;
 
 namespace {
 
-// The feature cache: the word, and a marker that stays 0 until a query has filled it.
-uint64_t cachedFeatures = 0;
-int32_t cachedFeaturesValid = 0;
+// The feature cache: the word, and a marker that stays 0 until a query has filled it. Threads
+// that fill it at once store the same word; the marker is set after it and read before it.
+std::atomic<uint64_t> cachedFeatures{0};
+std::atomic<int32_t> cachedFeaturesValid{0};
 
 // Answers yes for every code but 70, which is the AVX switch.
 int32_t featureAllowed(int32_t code) { return code == 70 ? pxAvxEnabled : 1; }
@@ -136,15 +139,17 @@ bool processorRuns(int32_t level) {
 extern "C" PxStatus pxGetFeatures(uint64_t *features, uint32_t leafOut[4]) {
     if (!features) return PxStsNullPtr;
     // A filled cache answers alone: the processor is asked once.
-    if (!px::cachedFeaturesValid && !px::cpuidUsable()) return PxStsNoCpuInfo;
+    const bool filled = px::cachedFeaturesValid.load(std::memory_order_acquire) != 0;
+    if (!filled && !px::cpuidUsable()) return PxStsNoCpuInfo;
     const bool query = *features == px::kQueryLeafTag;
-    if (!px::cachedFeaturesValid) {
+    if (!filled) {
         uint32_t regs[4];
         px::runCpuid(1, 0, regs);
-        px::cachedFeatures = px::featuresFromLeaf1(regs[2], regs[3], px::readXcr0Register);
-        px::cachedFeaturesValid = 1;
+        px::cachedFeatures.store(px::featuresFromLeaf1(regs[2], regs[3], px::readXcr0Register),
+                                 std::memory_order_relaxed);
+        px::cachedFeaturesValid.store(1, std::memory_order_release);
     }
-    *features = px::cachedFeatures;
+    *features = px::cachedFeatures.load(std::memory_order_relaxed);
     if (leafOut) {
         if (query) {
             px::runCpuid(leafOut[0], leafOut[2], leafOut);
