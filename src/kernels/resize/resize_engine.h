@@ -18,6 +18,9 @@ struct ResizeImageFunctions {
     void (*linear)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                    const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
                    uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+    void (*cubic)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                  const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                  float *const rows[4], int32_t pixelStride, int32_t channels);
 };
 
 // Checks, clips srcRect (written back), lowers the interpolation on small sources, derives the

@@ -2,9 +2,24 @@
 // src points at the rectangle's first pixel; steps and offsets are in bytes.
 #pragma once
 
+#include <climits>
 #include <cstdint>
 
 namespace px {
+
+// Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
+// (or not a number) gives the most negative value.
+inline int32_t truncateToInt32(double v) {
+    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
+    return INT32_MIN;
+}
+
+// The store of the float passes (cubic, Lanczos): 0.5000001, a hair above a half, sends a value at
+// or just below n + 0.5 up; only here is the overshoot of the filters limited.
+inline uint8_t storeFloatSample(float value) {
+    const int32_t n = truncateToInt32(static_cast<double>(value) + 0.5000001);
+    return static_cast<uint8_t>(n < 0 ? 0 : n > 255 ? 255 : n);
+}
 
 // Copies the source pixel that the tables name to every output pixel (three bytes each).
 void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
@@ -25,5 +40,24 @@ void pxLinearBlend(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *
 
 // Vertical pass for three channels at a pixel stride of 4; the fourth byte keeps what it held.
 void pxLinearBlendSkip(uint8_t *dst, int32_t dstW, int32_t weight, const uint16_t *upper, const uint16_t *lower);
+
+// Cubic interpolation over a ring of four intermediate rows of floats (rows[0] to rows[3], each
+// 3 * dstW + 12 floats).
+void pxCubicImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                  const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                  float *const rows[4], int32_t pixelStride, int32_t channels);
+
+// Horizontal cubic pass, three channels at pixelStride packed into out: the polynomial through the
+// pixels one before to two after xIndex, at the column's fraction.
+void pxCubicRow(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                const float *xFraction, float *out);
+
+// Vertical cubic pass over count samples of the four rows in stencil order, dst written contiguously.
+void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                    const float *r3);
+
+// The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
+void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
+                        const float *r3);
 
 }  // namespace px

@@ -3,85 +3,16 @@
 
 #include <climits>
 #include <cstring>
-#include <memory>
-#include <random>
 #include <vector>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#endif
 
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_image.h"
+#include "kernels/resize/test_images.h"
 #include "kestrix/px.h"
 
 namespace {
 
-constexpr uint8_t kSentinel = 0xCD;
-
-// A sentinel-filled three-channel image whose bytes end at a no-access page: a read past the end faults.
-struct Image {
-    int32_t w, h, step;
-    size_t count;
-    std::shared_ptr<uint8_t> bytes;
-    Image(int32_t width, int32_t height, int32_t pad = 0)
-        : w(width), h(height), step(3 * width + pad), count(size_t(step) * height) {
-        const size_t body = (count + 4095) / 4096 * 4096;
-#if defined(_WIN32)
-        auto *base =
-            static_cast<uint8_t *>(VirtualAlloc(nullptr, body + 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-        DWORD old;
-        VirtualProtect(base + body, 4096, PAGE_NOACCESS, &old);
-        bytes.reset(base + body - count, [base](uint8_t *) { VirtualFree(base, 0, MEM_RELEASE); });
-#else
-        auto *base = static_cast<uint8_t *>(
-            mmap(nullptr, body + 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base + body, 4096, PROT_NONE);
-        bytes.reset(base + body - count, [base, body](uint8_t *) { munmap(base, body + 4096); });
-#endif
-        std::memset(data(), kSentinel, count);
-    }
-    uint8_t *data() const { return bytes.get(); }
-    uint8_t *at(int32_t x, int32_t y) const { return data() + size_t(y) * step + 3 * x; }
-    // Bytes outside the first dw x dh pixels that no longer hold the sentinel.
-    int changedOutside(int32_t dw, int32_t dh) const {
-        int changed = 0;
-        for (size_t k = 0; k < count; ++k)
-            changed += (k / step >= size_t(dh) || k % step >= size_t(3 * dw)) && data()[k] != kSentinel;
-        return changed;
-    }
-};
-
-// Pixel (x, y) holds x, y and a byte that tells the pair apart: a nearest result names its source.
-Image coordinates(int32_t w, int32_t h) {
-    Image image(w, h, 2);
-    for (int32_t y = 0; y < h; ++y)
-        for (int32_t x = 0; x < w; ++x) {
-            const uint8_t p[3] = {uint8_t(x), uint8_t(y), uint8_t(x * 16 + y + 7)};
-            std::memcpy(image.at(x, y), p, 3);
-        }
-    return image;
-}
-
-Image randomImage(int32_t w, int32_t h, int32_t pad, uint32_t seed) {
-    Image image(w, h, pad);
-    std::mt19937 random(seed);
-    for (int32_t y = 0; y < h; ++y)
-        for (int32_t x = 0; x < 3 * w; ++x) image.at(0, y)[x] = random() & 0xFF;
-    return image;
-}
-
-// bottomUp passes a row-flipped copy by its last row with a negative step: the bytes must not change.
-PxStatus resize(const Image &src, PxRect rect, Image &dst, double fx, double fy, int32_t in, bool bottomUp = false) {
-    Image flipped(src.w, src.h, src.step - 3 * src.w);
-    for (int32_t y = 0; y < src.h; ++y) std::memcpy(flipped.at(0, y), src.at(0, src.h - 1 - y), src.step);
-    return pxResizeC3(bottomUp ? flipped.at(0, src.h - 1) : src.data(), {src.w, src.h}, bottomUp ? -src.step : src.step,
-                      rect, dst.data(), dst.step, {dst.w, dst.h}, fx, fy, in);
-}
-
-bool same(const Image &a, const Image &b) { return std::memcmp(a.data(), b.data(), a.count) == 0; }
+using namespace kx_resize_test;
 
 // The checks in their order; a failure writes nothing.
 TEST(Resize, Statuses) {
@@ -284,7 +215,7 @@ TEST(Resize, LinearRows) {
 TEST(Resize, StrideFourKeepsTheFourthByte) {
     std::vector<uint8_t> src4(4 * 20, 0xFF), src3(3 * 20);
     for (int32_t k = 0; k < 60; ++k) src3[k] = src4[k / 3 * 4 + k % 3] = uint8_t(k * 37);
-    for (int32_t in : {PxNearest, PxLinear}) {
+    for (int32_t in : {PxNearest, PxLinear, PxCubic}) {
         std::vector<uint8_t> dst4(4 * 63, kSentinel), dst3(3 * 63, kSentinel);
         PxRect rect4{0, 0, 5, 4}, rect3{0, 0, 5, 4};
         ASSERT_EQ(px::pxResizeEngine(src4.data(), 5, 4, 20, &rect4, dst4.data(), 36, {9, 7}, 1.8, 1.75, 0, 0, 4, 3, 0,
@@ -311,7 +242,7 @@ TEST(Resize, EveryLevelMatchesLevelZero) {
     const int32_t saved = pxGetLevel();
     for (const Case &c : cases) {
         const Image src = randomImage(c.w, c.h, c.pad, uint32_t(c.w * 31 + c.pad));
-        for (int32_t in : {PxNearest, PxLinear}) {
+        for (int32_t in : {PxNearest, PxLinear, PxCubic}) {
             ASSERT_EQ(pxSetLevel(0), PxStsOk);
             Image reference(1400, 40);
             ASSERT_EQ(resize(src, c.rect, reference, c.fx, c.fy, in), PxStsOk);
