@@ -16,19 +16,6 @@ int32_t mul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
-// Output length of an axis from its scaled length s: PxStsNoResult under half a pixel.
-PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
-    int32_t n = truncateToInt32(s + kE);
-    if (n >= limit) {
-        n = limit;
-    } else if (n < 1) {
-        if (s + kE < 0.5) return PxStsNoResult;
-        n = 1;
-    }
-    *length = n;
-    return PxStsOk;
-}
-
 // Output length of an axis when the factor is the step itself; s is the source span over the step.
 int32_t steppedLength(double s, int32_t limit, bool nearest) {
     const int32_t c = truncateToInt32(s + kE);
@@ -234,6 +221,18 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
     functions.cubic(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction, xFraction, rows,
                     pixelStride, channels);
     releaseAll();
+    return PxStsOk;
+}
+
+PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
+    int32_t n = truncateToInt32(s + kE);
+    if (n >= limit) {
+        n = limit;
+    } else if (n < 1) {
+        if (s + kE < 0.5) return PxStsNoResult;
+        n = 1;
+    }
+    *length = n;
     return PxStsOk;
 }
 

@@ -31,11 +31,22 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
                       double yFactor, double xShift, double yShift, int32_t pixelStride, int32_t channels,
                       int32_t dataType, int32_t planar, int32_t interpolation, int32_t factorsAreScale);
 
+// Output length of an axis from its scaled length s (size times factor): the truncation of s + 1e-7,
+// cut to limit; PxStsNoResult under half a pixel, and 1 from half a pixel up.
+PxStatus scaledLength(double s, int32_t limit, int32_t *length);
+
 // The level-0 engine.
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,
                         void *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, double xShift,
                         double yShift, int32_t pixelStride, int32_t channels, int32_t dataType, int32_t planar,
                         int32_t interpolation, int32_t factorsAreScale);
+
+// The area-averaging shrink, level 0: checks, clips srcRect (written back), derives the output size,
+// the line's span and the SuperMode, and runs the three-channel 8-bit engine. Factors are output
+// pixels per source pixel, at most 1.0.
+PxStatus pxResizeSuper(const void *src, PxSize srcSize, int32_t srcStep, PxRect *srcRect, void *dst, int32_t dstStep,
+                       PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride, int32_t channels,
+                       int32_t dataType, int32_t planar);
 
 // The level-0 form of pxResizeC3.
 PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstdint>
 
+#include "kestrix/px.h"
+
 namespace px {
 
 // Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
@@ -59,5 +61,16 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 // The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
 void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                         const float *r3);
+
+// Which of the supersampling cell's sides, in source pixels, have a fraction.
+enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
+
+// The supersampling engine for 8-bit samples, three channels at pixelStride: every output pixel is
+// the mean of the source cell of invX by invY pixels it covers, over one line of span accumulators.
+// src is at the rectangle's origin; rowsLeft counts the image's rows from there. PxStsOk, or
+// PxStsNoMem with nothing written.
+PxStatus pxSuperC3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
+                   int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+                   int32_t rowsLeft);
 
 }  // namespace px

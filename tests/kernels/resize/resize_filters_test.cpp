@@ -1,7 +1,9 @@
-// pxResizeC3 with cubic interpolation: the polynomial's samples, its sliding stencil at the image's
-// borders, the ring of rows, and reads that stay inside the image.
+// pxResizeC3 with cubic interpolation (the polynomial's samples, its sliding stencil at the image's
+// borders, the ring of rows) and supersampling (whole and fractional cells), and reads that stay
+// inside the image.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -89,6 +91,115 @@ TEST(Cubic, RingOfRows) {
     }
 }
 
+// Supersampling: the checks of its own entry, in their order; a failure writes nothing.
+TEST(Super, Statuses) {
+    const Image src = coordinates(16, 16);
+    const PxRect all{0, 0, 16, 16};
+    const struct { const char *what; int null; PxSize size; PxRect rect; PxSize dst; double fx, fy;
+                   PxStatus status; } rows[] = {
+        {"null source", 1, {16, 16}, all, {40, 40}, 0.5, 0.5, PxStsNullPtr},
+        {"null destination", 2, {16, 16}, all, {40, 40}, 0.5, 0.5, PxStsNullPtr},
+        {"source height 0", 0, {16, 0}, all, {40, 40}, 0.5, 0.5, PxStsBadSize},
+        {"rect y -1", 0, {16, 16}, {0, -1, 4, 4}, {40, 40}, 0.5, 0.5, PxStsBadSize},
+        {"rect width 0", 0, {16, 16}, {0, 0, 0, 4}, {40, 40}, 0.5, 0.5, PxStsBadSize},
+        {"rect y at the height", 0, {16, 16}, {0, 16, 4, 4}, {40, 40}, 0.5, 0.5, PxStsNoIntersection},
+        {"dst height 0", 0, {16, 16}, all, {40, 0}, 0.5, 0.5, PxStsBadSize},
+        {"y factor 0", 0, {16, 16}, all, {40, 40}, 0.5, 0.0, PxStsBadFactor},
+        {"x factor -1", 0, {16, 16}, all, {40, 40}, -1.0, 0.5, PxStsBadFactor},
+        // 16 * 0.03 + 1e-7 is under half a pixel.
+        {"sx 0.48", 0, {16, 16}, all, {40, 40}, 0.03, 0.5, PxStsNoResult},
+        {"x factor above 1.0 reaches the engine", 0, {16, 16}, all, {40, 40}, 1.5, 0.5, -22},
+    };
+    for (const auto &row : rows) {
+        Image out(40, 40, 5);
+        EXPECT_EQ(pxResizeC3(row.null == 1 ? nullptr : src.data(), row.size, src.step, row.rect,
+                             row.null == 2 ? nullptr : out.data(), out.step, row.dst, row.fx, row.fy, PxSuper),
+                  row.status) << row.what;
+        EXPECT_EQ(out.changedOutside(0, 0), 0) << row.what;
+    }
+}
+
+// Whole cells: blocks of 1 copy the rectangle through the line, and 2 x 2 blocks of 255 give the
+// integer sum 1020 times 0.25, plus 0.5: 255.
+TEST(Super, WholeCells) {
+    const Image src = randomImage(13, 9, 2, 41);
+    Image copy(7, 5, 1);
+    ASSERT_EQ(resize(src, {5, 3, 7, 5}, copy, 1.0, 1.0, PxSuper), PxStsOk);
+    for (int32_t y = 0; y < 5; ++y) EXPECT_EQ(0, std::memcmp(copy.at(0, y), src.at(5, 3 + y), 21)) << y;
+    EXPECT_EQ(copy.changedOutside(7, 5), 0);
+
+    Image white(10, 6), half(6, 4, 2);
+    std::memset(white.data(), 255, white.count);
+    ASSERT_EQ(resize(white, {0, 0, 10, 6}, half, 0.5, 0.5, PxSuper), PxStsOk);
+    for (int32_t y = 0; y < 3; ++y)
+        for (int32_t k = 0; k < 15; ++k) EXPECT_EQ(half.at(0, y)[k], 255) << y << " " << k;
+    EXPECT_EQ(half.changedOutside(5, 3), 0);
+}
+
+// Cells of 1.5 pixels over 9 pixels e0..e8, across or down: e0 + e1/2, e1/2 + e2, e3 + e4/2,
+// e4/2 + e5, e6 + e7/2, e7/2 + e8, the last ending on the row's end. With the values below that is
+// 110, 140, 93.5, 258.5, 163 and 214, times 2/3, plus 0.5.
+TEST(Super, FractionalCells) {
+    const uint8_t values[9] = {10, 200, 40, 90, 7, 255, 130, 66, 181};
+    const uint8_t expected[6] = {73, 93, 62, 172, 109, 143};
+    for (bool across : {true, false}) {
+        Image src(across ? 9 : 2, across ? 2 : 9), out(8, 8);
+        for (int32_t n = 0; n < 9; ++n)
+            for (int32_t m = 0; m < 2; ++m) std::memset(across ? src.at(n, m) : src.at(m, n), values[n], 3);
+        const double fx = across ? 2.0 / 3.0 : 1.0, fy = across ? 1.0 : 2.0 / 3.0;
+        ASSERT_EQ(resize(src, {0, 0, src.w, src.h}, out, fx, fy, PxSuper), PxStsOk);
+        for (int32_t n = 0; n < 6; ++n)
+            for (int32_t m = 0; m < 2; ++m) {
+                const uint8_t *p = across ? out.at(n, m) : out.at(m, n);
+                for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(p[k], expected[n]) << across << " " << n;
+            }
+        EXPECT_EQ(out.changedOutside(across ? 6 : 2, across ? 2 : 6), 0);
+    }
+}
+
+// Single cells and near-whole ratios.
+TEST(Super, CellEdgeCases) {
+    const struct { const char *what; int32_t w, h; PxRect rect; double fx, fy; uint8_t expected[4]; } rows[] = {
+        // invX 2.00000005 is whole: cells of exactly 2 pixels at an area of 0.4999999875 give
+        // 10.9999997, 100.9999975, 30.9999992, 250.9999937 (at 0.5, or with a fraction, 11, 101, ...).
+        {"ratio a hair above 2", 10, 1, {0, 0, 10, 1}, 1.0 / (2.0 + 5e-8), 1.0, {10, 100, 30, 250}},
+        // Two rows of 100 and 200 at yFactor 0.6: one row, 100 + 200 * 2/3, times 0.6: 140.
+        {"one row of 1.67 rows", 4, 2, {0, 0, 4, 2}, 1.0, 0.6, {140, 140, 140, 140}},
+    };
+    for (const auto &row : rows) {
+        Image src(row.w, row.h), out(4, 1);
+        for (int32_t x = 0; x < row.w; ++x) {
+            const uint8_t pair[10] = {10, 11, 100, 101, 30, 31, 250, 251, 0, 0};
+            std::memset(src.at(x, 0), row.h == 1 ? pair[x] : 100, 3);
+            if (row.h > 1) std::memset(src.at(x, 1), 200, 3);
+        }
+        ASSERT_EQ(resize(src, row.rect, out, row.fx, row.fy, PxSuper), PxStsOk) << row.what;
+        for (int32_t x = 0; x < 4; ++x) EXPECT_EQ(out.at(x, 0)[2], row.expected[x]) << row.what << " " << x;
+    }
+}
+
+// A rectangle under one cell gives one pixel from a line shorter than a cell: with whole cells the
+// horizontal pass is skipped and the first column alone, scaled by the area, is stored; with a
+// fraction the line's two columns are summed. The rows are those of the cell inside the image,
+// fewer at its bottom. On 200 everywhere: 4 rows * 200 / 16 = 50, 3 * 200 / 16 = 37.5 going up to
+// 38; 8 * 200 * 0.075 = 120, 4 * 200 * 0.075 = 60.
+TEST(Super, RectangleUnderOneCell) {
+    const struct { PxRect rect; double fx, fy; uint8_t expected; } rows[] = {
+        {{0, 0, 3, 3}, 0.25, 0.25, 50},
+        {{5, 5, 3, 3}, 0.25, 0.25, 38},
+        {{0, 0, 2, 2}, 0.3, 0.25, 120},
+        {{6, 6, 2, 2}, 0.3, 0.25, 60},
+    };
+    Image src(8, 8);
+    std::memset(src.data(), 200, src.count);
+    for (const auto &row : rows) {
+        Image out(2, 2);
+        ASSERT_EQ(resize(src, row.rect, out, row.fx, row.fy, PxSuper), PxStsOk) << row.rect.x;
+        for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(out.at(0, 0)[k], row.expected) << row.rect.x;
+        EXPECT_EQ(out.changedOutside(1, 1), 0);
+    }
+}
+
 // Images between no-access pages, ending at one or starting after one, so that a read past the
 // image's last byte or before its first faults. Rectangles at the image's corners and edges,
 // enlarged and shrunk, top-down and bottom-up (where the image's first row is the last in memory).
@@ -97,14 +208,18 @@ TEST(Resize, ReadsStayInsideTheImage) {
                             {0, 8, 11, 1}, {0, 0, 1, 1},  {0, 0, 2, 3}, {1, 1, 2, 2}, {0, 3, 11, 2}};
     for (bool atFront : {false, true}) {
         const Image src = randomImage(11, 9, 0, 77, atFront);
-        for (int32_t in : {PxLinear, PxCubic})
+        for (int32_t in : {PxLinear, PxCubic, PxSuper})
             for (const PxRect &rect : rects)
-                for (double factor : {0.5, 1.0, 2.7})
+                for (double factor : {0.25, 0.5, 0.7, 1.0, 2.7}) {
+                    if (in == PxSuper && factor > 1.0) continue;
+                    const bool underHalf = std::min(rect.width, rect.height) * factor + 1e-7 < 0.5;
                     for (bool bottomUp : {false, true}) {
                         Image out(30, 30);
-                        EXPECT_EQ(resize(src, rect, out, factor, factor * 1.1, in, bottomUp), PxStsOk)
+                        EXPECT_EQ(resize(src, rect, out, factor, factor, in, bottomUp),
+                                  underHalf ? PxStsNoResult : PxStsOk)
                             << in << " " << rect.x << "," << rect.y << " " << factor << " " << atFront;
                     }
+                }
     }
 }
 
