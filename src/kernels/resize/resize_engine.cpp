@@ -76,6 +76,17 @@ void cubicTable(int32_t *index, float *fraction, int32_t count, double position,
     }
 }
 
+// Lanczos: the entry is the whole part of the position and the fraction the rest, with no edge
+// rule; the image function keeps the taps inside the image.
+void lanczosTable(int32_t *index, float *fraction, int32_t count, double position, double step, int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t i = truncateToInt32(position + kE);
+        index[k] = mul32(i, scale);
+        fraction[k] = static_cast<float>(position - i);
+        position += step;
+    }
+}
+
 // Element counts that do not fit the 32-bit count of the allocators fail as exhausted memory.
 int32_t allocCount(int64_t count) { return count > INT32_MAX ? 0 : static_cast<int32_t>(count); }
 
@@ -142,11 +153,9 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
         y0 = nearest ? yFactor * 0.5 : 0.0;
     }
 
-    // Only slot 0 of the image tables is built: 8-bit samples, interleaved, three channels; and
-    // Lanczos is not built yet. Those requests end here, after every check and after the lowering
-    // (which may still turn them into an interpolation that is served), before anything is allocated.
-    if (dataType != PxData8u || planar != 0 || channels != 3 || interpolation == PxLanczos)
-        return PxStsBadInterpolation;
+    // Only slot 0 of the image tables is built: 8-bit samples, interleaved, three channels. Other
+    // layouts end here, after every check, before anything is allocated.
+    if (dataType != PxData8u || planar != 0 || channels != 3) return PxStsBadInterpolation;
 
     // Each product of the origin is formed in 32 bits and extended with its sign.
     const uint8_t *origin =
@@ -205,21 +214,48 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
         return PxStsOk;
     }
 
-    auto allocFloats = [](int32_t count) { return reinterpret_cast<float *>(pxAlloc32(count)); };
+    auto allocFloats = [](int64_t count) { return reinterpret_cast<float *>(pxAlloc32(allocCount(count))); };
     float *yFraction = allocFloats(dstH);
     if (!hold(yFraction)) return outOfMemory();
-    cubicTable(yIndex, yFraction, dstH, y0 + yShift, yStep, rect.y, srcHeight, srcStep);
+    if (interpolation == PxCubic) {
+        cubicTable(yIndex, yFraction, dstH, y0 + yShift, yStep, rect.y, srcHeight, srcStep);
+    } else {
+        lanczosTable(yIndex, yFraction, dstH, y0 + yShift, yStep, srcStep);
+    }
     float *xFraction = allocFloats(dstW);
     if (!hold(xFraction)) return outOfMemory();
-    cubicTable(xIndex, xFraction, dstW, x0 + xShift, xStep, rect.x, srcWidth, pixelStride);
-
-    float *rows[4] = {};
-    for (float *&row : rows) {
-        row = allocFloats(bufferCount);
-        if (!hold(row)) return outOfMemory();
+    if (interpolation == PxCubic) {
+        cubicTable(xIndex, xFraction, dstW, x0 + xShift, xStep, rect.x, srcWidth, pixelStride);
+        float *rows[4] = {};
+        for (float *&row : rows) {
+            row = allocFloats(bufferCount);
+            if (!hold(row)) return outOfMemory();
+        }
+        functions.cubic(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction, xFraction, rows,
+                        pixelStride, channels);
+        releaseAll();
+        return PxStsOk;
     }
-    functions.cubic(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction, xFraction, rows,
-                    pixelStride, channels);
+
+    lanczosTable(xIndex, xFraction, dstW, x0 + xShift, xStep, pixelStride);
+    float *xCoefficients = allocFloats(6 * int64_t{dstW});
+    if (!hold(xCoefficients)) return outOfMemory();
+    float *yCoefficients = allocFloats(6 * int64_t{dstH});
+    if (!hold(yCoefficients)) return outOfMemory();
+    functions.coefficients(xFraction, dstW, xCoefficients, pxLanczosKernel);
+    functions.coefficients(yFraction, dstH, yCoefficients, pxLanczosKernel);
+    float *buffers[6] = {};
+    for (float *&buffer : buffers) {
+        buffer = allocFloats(bufferCount);
+        if (!hold(buffer)) return outOfMemory();
+    }
+    // When enlarging (a scale of 1.0 or more, or a step below 1.0) the rows move on by one at most
+    // per output row, and the image function takes its simpler walk.
+    const bool scaleAtLeastOne = yFactor >= 1.0;
+    const int32_t rowsNotThinned = (factorsAreScale == 1) == scaleAtLeastOne ? 1 : 0;
+    functions.lanczos(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yCoefficients, xCoefficients,
+                      buffers, rect.x, rect.y, srcWidth - rect.x, srcHeight - rect.y, rowsNotThinned, pixelStride,
+                      channels);
     releaseAll();
     return PxStsOk;
 }
@@ -237,7 +273,8 @@ PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
 }
 
 namespace {
-constexpr ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage, pxCubicImage};
+constexpr ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage, pxCubicImage, pxLanczosImage,
+                                                pxResizeCoefficients};
 }  // namespace
 
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,

@@ -11,7 +11,7 @@ namespace px {
 enum PxDataType : int32_t { PxData8u = 0, PxData16u = 1, PxData32f = 2 };
 
 // The image functions a level binds its copy of the engine to (slot 0 of each table: 8-bit,
-// interleaved, three channels). Declared in resize_image.h.
+// interleaved, three channels), and the level's Lanczos weights. Declared in resize_image.h.
 struct ResizeImageFunctions {
     void (*nearest)(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
                     const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
@@ -21,6 +21,12 @@ struct ResizeImageFunctions {
     void (*cubic)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                   const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
                   float *const rows[4], int32_t pixelStride, int32_t channels);
+    void (*lanczos)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                    const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                    int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                    int32_t channels);
+    void (*coefficients)(const float *fractions, int32_t count, float *coefficients, const float *kernel);
 };
 
 // Checks, clips srcRect (written back), lowers the interpolation on small sources, derives the

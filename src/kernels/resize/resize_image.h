@@ -62,6 +62,33 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                         const float *r3);
 
+// The three-lobed Lanczos kernel at steps of 0.01 from 0 to 3, and a 0 beyond.
+extern const float pxLanczosKernel[302];
+
+// Six weights per fraction, of the taps -2 to +3 around the entry, read from kernel and normalised
+// to sum 1.
+void pxResizeCoefficients(const float *fractions, int32_t count, float *coefficients, const float *kernel);
+
+// Lanczos interpolation over a ring of six intermediate rows of floats (buffers[0] to buffers[5],
+// each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows from the
+// rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
+void pxLanczosImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                    const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                    int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                    int32_t channels);
+
+// Horizontal Lanczos pass, three channels at pixelStride packed into buffer; taps beyond the
+// image's own left or right edge weigh on the edge pixel.
+void pxLanczosRow(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                  float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
+
+// Vertical Lanczos pass over count samples of the six rows, with the output row's six weights.
+void pxLanczosCombine(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+
+// The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
+void pxLanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
+
 // Which of the supersampling cell's sides, in source pixels, have a fraction.
 enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
 

@@ -1,9 +1,10 @@
 // pxResizeC3 with cubic interpolation (the polynomial's samples, its sliding stencil at the image's
-// borders, the ring of rows) and supersampling (whole and fractional cells), and reads that stay
-// inside the image.
+// borders, the ring of rows), Lanczos (the kernel table, the weights, the edges and the six-row
+// ring) and supersampling (whole and fractional cells), and reads that stay inside the image.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -89,6 +90,150 @@ TEST(Cubic, RingOfRows) {
             EXPECT_EQ(out.changedOutside(2, h), 0) << row.what;
         }
     }
+}
+
+// The kernel table against its rule, sinc(x) * sinc(x / 3) at x = i / 100, and its check values.
+TEST(Lanczos, KernelTable) {
+    const double pi = 3.14159265358979323846;
+    auto sinc = [&](double x) { return std::sin(pi * x) / (pi * x); };
+    for (int32_t i = 1; i < 300; ++i) {
+        const double x = i / 100.0;
+        if (i % 100 != 0) EXPECT_NEAR(px::pxLanczosKernel[i], sinc(x) * sinc(x / 3.0), 9e-8) << i;
+    }
+    for (int32_t i : {100, 200, 300, 301}) EXPECT_EQ(px::pxLanczosKernel[i], 0.0f) << i;
+    EXPECT_EQ(px::pxLanczosKernel[0], 1.0f);
+    const struct { int32_t i; double value; } checks[] = {
+        {1, 0.99981719},   {10, 0.98183489},  {50, 0.60792708}, {99, 0.00838497},   {101, -0.00815418},
+        {150, -0.13509491}, {201, 0.00203415}, {250, 0.02431709}, {299, 0.00001118},
+    };
+    for (const auto &check : checks) EXPECT_NEAR(px::pxLanczosKernel[check.i], check.value, 9e-8) << check.i;
+}
+
+// t = 0: distances -2 to 3, the kernel gives 0, 0, 1, 0, 0 and the last is out of range. t = 0.5:
+// distances -2.5 to 2.5 fall on entries 250, 150, 50, 50, 150, 250 exactly, which sum to 0.99429852;
+// divided by it they are 0.02445652, -0.13586956 and 0.61141306, each twice.
+TEST(Lanczos, Coefficients) {
+    const float fractions[2] = {0.0f, 0.5f};
+    float w[12];
+    px::pxResizeCoefficients(fractions, 2, w, px::pxLanczosKernel);
+    const float passThrough[6] = {0, 0, 1, 0, 0, 0};
+    for (int k = 0; k < 6; ++k) EXPECT_EQ(w[k], passThrough[k]) << k;
+    const double half[6] = {0.02445652, -0.13586956, 0.61141306, 0.61141306, -0.13586956, 0.02445652};
+    for (int k = 0; k < 6; ++k) EXPECT_NEAR(w[6 + k], half[k], 1e-8) << k;
+}
+
+// Factor 1.0 puts every row and column at t = 0: the image comes back, edges included.
+TEST(Lanczos, FactorOneIsIdentity) {
+    const Image src = randomImage(12, 10, 3, 51);
+    for (bool bottomUp : {false, true}) {
+        Image out(12, 10, 2);
+        ASSERT_EQ(resize(src, {0, 0, 12, 10}, out, 1.0, 1.0, PxLanczos, bottomUp), PxStsOk);
+        for (int32_t y = 0; y < 10; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 36)) << y;
+        EXPECT_EQ(out.changedOutside(12, 10), 0);
+    }
+}
+
+// Rectangles at the image's edges and corners, enlarged (the simple walk) and shrunk (the thinned
+// walk, with jumps), rowsLeft and colsLeft of 1 and 2 included.
+const PxRect kEdgeRects[] = {{0, 0, 12, 10}, {0, 0, 3, 3},  {1, 1, 4, 4}, {9, 7, 3, 3},
+                             {10, 8, 2, 2},  {11, 9, 1, 1}, {0, 8, 12, 2}, {0, 9, 12, 1},
+                             {0, 5, 12, 5},  {2, 2, 8, 6}};
+// 0.2 jumps nine rows at a time on the whole image; 0.5 and 0.7 two or three.
+const double kEdgeFactors[] = {0.2, 0.5, 0.7, 1.6, 2.5};
+
+// The weights sum to 1 in every edge case too, so a constant image stays constant.
+TEST(Lanczos, ConstantStaysConstant) {
+    Image src(12, 10);
+    std::memset(src.data(), 77, src.count);
+    for (const PxRect &rect : kEdgeRects)
+        for (double factor : kEdgeFactors) {
+            if (std::min(rect.width, rect.height) * factor < 0.5) continue;
+            Image out(40, 40);
+            ASSERT_EQ(resize(src, rect, out, factor, factor, PxLanczos), PxStsOk);
+            const int32_t w = std::max(1, int32_t(rect.width * factor + 1e-7));
+            const int32_t h = std::max(1, int32_t(rect.height * factor + 1e-7));
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t k = 0; k < 3 * w; ++k)
+                    ASSERT_EQ(out.at(0, y)[k], 77) << rect.x << "," << rect.y << " " << factor << " " << y;
+            EXPECT_EQ(out.changedOutside(w, h), 0);
+        }
+}
+
+// Taps beyond the image's edges take the edge pixel: the same rectangle in a copy of the image that
+// repeats its first row and column twice and its last row and column three times, where no edge rule
+// applies, gives the same bytes. (The columns' edge sums are grouped otherwise than the interior
+// sum, so a byte next to a half could move by one; with this content none does.)
+TEST(Lanczos, EdgesRepeatTheEdgePixel) {
+    const Image src = randomImage(12, 10, 0, 61);
+    Image wide(17, 15);
+    for (int32_t y = 0; y < 15; ++y)
+        for (int32_t x = 0; x < 17; ++x)
+            std::memcpy(wide.at(x, y), src.at(std::clamp(x - 2, 0, 11), std::clamp(y - 2, 0, 9)), 3);
+    for (const PxRect &rect : kEdgeRects)
+        for (double factor : kEdgeFactors)
+            for (bool bottomUp : {false, true}) {
+                if (std::min(rect.width, rect.height) * factor < 0.5) continue;
+                Image a(40, 40), b(40, 40);
+                ASSERT_EQ(resize(src, rect, a, factor, factor, PxLanczos, bottomUp), PxStsOk);
+                const PxRect inside{rect.x + 2, rect.y + 2, rect.width, rect.height};
+                ASSERT_EQ(resize(wide, inside, b, factor, factor, PxLanczos, bottomUp), PxStsOk);
+                EXPECT_TRUE(same(a, b)) << rect.x << "," << rect.y << " " << factor << " " << bottomUp;
+            }
+}
+
+// The six-row ring against a plain model: flat rows, so that only the choice of rows and their
+// weights show; output row n lies at the running sum of the step, and its six taps are the rows -2
+// to +3 around it, held to the image. Jumps of 1 to 9 rows, rectangles at the image's top and
+// bottom (rowsLeft 1 and 2), enlarged and shrunk; a byte next to a half may differ by one.
+TEST(Lanczos, RingOfRows) {
+    const struct { int32_t h; PxRect rect; double fy; } table[] = {
+        {16, {0, 0, 8, 16}, 7.0 / 16.0},  // step 2.5: jumps of 2 and 3, t = 0.5 on every other row
+        {24, {0, 0, 8, 24}, 0.19},        // step 5 to 6.5: jumps of five rows and more
+        {20, {0, 0, 8, 20}, 0.11},        // step about 9
+        {16, {0, 1, 8, 15}, 0.6},
+        {16, {0, 14, 8, 2}, 2.5},         // rowsLeft 2, enlarged: the simple walk
+        {16, {0, 15, 8, 1}, 3.0},         // rowsLeft 1
+        {16, {0, 11, 8, 5}, 0.75},        // the bottom, thinned
+        {16, {0, 0, 8, 6}, 1.7},
+    };
+    for (const auto &row : table) {
+        Image src(8, row.h);  // 8 wide, or Lanczos would be lowered
+        for (int32_t y = 0; y < row.h; ++y) std::memset(src.at(0, y), (y * 89 + 13) % 256, 24);
+        const double sy = row.rect.height * row.fy;
+        const int32_t h = std::max(1, int32_t(sy + 1e-7));
+        const double step = sy > 1.0 ? (row.rect.height - 1) / (sy - 1.0) : 0.0;
+        for (bool bottomUp : {false, true}) {
+            Image out(8, h, 3);
+            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, PxLanczos, bottomUp), PxStsOk) << row.fy;
+            double position = 0.0;
+            for (int32_t n = 0; n < h; ++n, position += step) {
+                const auto i = int32_t(position + 1e-7);
+                const float t = float(position - i);
+                float w[6];
+                px::pxResizeCoefficients(&t, 1, w, px::pxLanczosKernel);
+                double expected = 0.0;
+                for (int32_t k = 0; k < 6; ++k)
+                    expected += w[k] * src.at(0, std::clamp(row.rect.y + i - 2 + k, 0, row.h - 1))[0];
+                const int32_t rounded = std::clamp(int32_t(std::floor(expected + 0.5)), 0, 255);
+                for (int32_t k = 0; k < 24; ++k)
+                    EXPECT_NEAR(out.at(0, n)[k], rounded, 1) << row.rect.y << " " << row.fy << " " << n;
+            }
+            EXPECT_EQ(out.changedOutside(8, h), 0);
+        }
+    }
+}
+
+// The lowering looks at the whole source: a 3 x 3 rectangle of a large image stays Lanczos and
+// differs from cubic, while a 7-high source is served as cubic.
+TEST(Lanczos, LoweringByTheSource) {
+    const Image large = randomImage(16, 16, 0, 71), low = randomImage(12, 7, 0, 72);
+    Image lanczos(8, 8), cubic(8, 8), lowLanczos(30, 20), lowCubic(30, 20);
+    ASSERT_EQ(resize(large, {6, 6, 3, 3}, lanczos, 2.5, 2.5, PxLanczos), PxStsOk);
+    ASSERT_EQ(resize(large, {6, 6, 3, 3}, cubic, 2.5, 2.5, PxCubic), PxStsOk);
+    EXPECT_FALSE(same(lanczos, cubic));
+    ASSERT_EQ(resize(low, {0, 0, 12, 7}, lowLanczos, 2.5, 2.5, PxLanczos), PxStsOk);
+    ASSERT_EQ(resize(low, {0, 0, 12, 7}, lowCubic, 2.5, 2.5, PxCubic), PxStsOk);
+    EXPECT_TRUE(same(lowLanczos, lowCubic));
 }
 
 // Supersampling: the checks of its own entry, in their order; a failure writes nothing.
@@ -208,7 +353,7 @@ TEST(Resize, ReadsStayInsideTheImage) {
                             {0, 8, 11, 1}, {0, 0, 1, 1},  {0, 0, 2, 3}, {1, 1, 2, 2}, {0, 3, 11, 2}};
     for (bool atFront : {false, true}) {
         const Image src = randomImage(11, 9, 0, 77, atFront);
-        for (int32_t in : {PxLinear, PxCubic, PxSuper})
+        for (int32_t in : {PxLinear, PxCubic, PxLanczos, PxSuper})
             for (const PxRect &rect : rects)
                 for (double factor : {0.25, 0.5, 0.7, 1.0, 2.7}) {
                     if (in == PxSuper && factor > 1.0) continue;

@@ -1,4 +1,4 @@
-// pxResizeC3 with nearest and linear: statuses, geometry, bytes worked by hand, and every level.
+// pxResizeC3 through its engine: statuses, geometry, nearest and linear bytes worked by hand, strides and levels.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -213,14 +213,15 @@ TEST(Resize, LinearRows) {
 
 // With a pixel stride of 4 the engine writes three bytes of each pixel and leaves the fourth.
 TEST(Resize, StrideFourKeepsTheFourthByte) {
-    std::vector<uint8_t> src4(4 * 20, 0xFF), src3(3 * 20);
-    for (int32_t k = 0; k < 60; ++k) src3[k] = src4[k / 3 * 4 + k % 3] = uint8_t(k * 37);
-    for (int32_t in : {PxNearest, PxLinear, PxCubic}) {
+    // 8 x 8, so that Lanczos is not lowered.
+    std::vector<uint8_t> src4(4 * 64, 0xFF), src3(3 * 64);
+    for (int32_t k = 0; k < 192; ++k) src3[k] = src4[k / 3 * 4 + k % 3] = uint8_t(k * 37);
+    for (int32_t in : {PxNearest, PxLinear, PxCubic, PxLanczos}) {
         std::vector<uint8_t> dst4(4 * 63, kSentinel), dst3(3 * 63, kSentinel);
-        PxRect rect4{0, 0, 5, 4}, rect3{0, 0, 5, 4};
-        ASSERT_EQ(px::pxResizeEngine(src4.data(), 5, 4, 20, &rect4, dst4.data(), 36, {9, 7}, 1.8, 1.75, 0, 0, 4, 3, 0,
+        PxRect rect4{0, 0, 8, 8}, rect3{0, 0, 8, 8};
+        ASSERT_EQ(px::pxResizeEngine(src4.data(), 8, 8, 32, &rect4, dst4.data(), 36, {9, 7}, 1.8, 1.75, 0, 0, 4, 3, 0,
                                      0, in, 1), PxStsOk);
-        ASSERT_EQ(px::pxResizeEngine(src3.data(), 5, 4, 15, &rect3, dst3.data(), 27, {9, 7}, 1.8, 1.75, 0, 0, 3, 3, 0,
+        ASSERT_EQ(px::pxResizeEngine(src3.data(), 8, 8, 24, &rect3, dst3.data(), 27, {9, 7}, 1.8, 1.75, 0, 0, 3, 3, 0,
                                      0, in, 1), PxStsOk);
         for (int32_t k = 0; k < 63; ++k) {
             EXPECT_EQ(0, std::memcmp(&dst4[4 * k], &dst3[3 * k], 3)) << k;
@@ -242,7 +243,7 @@ TEST(Resize, EveryLevelMatchesLevelZero) {
     const int32_t saved = pxGetLevel();
     for (const Case &c : cases) {
         const Image src = randomImage(c.w, c.h, c.pad, uint32_t(c.w * 31 + c.pad));
-        for (int32_t in : {PxNearest, PxLinear, PxCubic}) {
+        for (int32_t in : {PxNearest, PxLinear, PxCubic, PxLanczos}) {
             ASSERT_EQ(pxSetLevel(0), PxStsOk);
             Image reference(1400, 40);
             ASSERT_EQ(resize(src, c.rect, reference, c.fx, c.fy, in), PxStsOk);
