@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "kernels/resize/resize_image.h"
 
@@ -83,9 +84,12 @@ void pxLanczosRow(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex
     // The edge cases are named by the column counted from the rectangle (idx) and are found by the
     // entry's offset, idx times the pixel stride. Only the image's own edges count; taps that would
     // lie at or beyond one weigh on the edge pixel instead, added last.
+    // Offsets of the image's first and second columns, none (the least offset) when the rectangle
+    // starts further in.
     const int64_t stride = pixelStride;
-    const int64_t firstOnEdge = rectX == 0 ? 0 : -1;                    // idx of the image's first column
-    const int64_t secondOnEdge = rectX == 0 ? stride : rectX == 1 ? 0 : -1;  // ... and of its second
+    const int64_t none = INT64_MIN;
+    const int64_t firstColumn = rectX == 0 ? 0 : none;
+    const int64_t secondColumn = rectX == 0 ? stride : rectX == 1 ? 0 : none;
     const int64_t lastBut2 = (int64_t{colsLeft} - 3) * stride;
     const int64_t lastBut1 = (int64_t{colsLeft} - 2) * stride;
     const int64_t last = (int64_t{colsLeft} - 1) * stride;
@@ -96,9 +100,9 @@ void pxLanczosRow(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex
         for (int32_t k = 0; k < 3; ++k) {
             auto p = [&](int32_t n) { return static_cast<float>(q[n * pixelStride + k]); };
             float value;
-            if (at == firstOnEdge) {
+            if (at == firstColumn) {
                 value = ((w[0] + w[1]) + w[2]) * p(0) + ((p(1) * w[3] + p(2) * w[4]) + p(3) * w[5]);
-            } else if (at == secondOnEdge) {
+            } else if (at == secondColumn) {
                 value = (w[0] + w[1]) * p(-1) + (((p(0) * w[2] + p(1) * w[3]) + p(2) * w[4]) + p(3) * w[5]);
             } else if (at == lastBut2) {
                 value = (w[4] + w[5]) * p(2) + (((p(-2) * w[0] + p(-1) * w[1]) + p(0) * w[2]) + p(1) * w[3]);

@@ -16,6 +16,22 @@ int32_t mul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
+}  // namespace
+
+PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
+    int32_t n = truncateToInt32(s + kE);
+    if (n >= limit) {
+        n = limit;
+    } else if (n < 1) {
+        if (s + kE < 0.5) return PxStsNoResult;
+        n = 1;
+    }
+    *length = n;
+    return PxStsOk;
+}
+
+namespace {
+
 // Output length of an axis when the factor is the step itself; s is the source span over the step.
 int32_t steppedLength(double s, int32_t limit, bool nearest) {
     const int32_t c = truncateToInt32(s + kE);
@@ -191,7 +207,7 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
         return PxStsOk;
     }
 
-    // One row buffer per tap row: 3 * dstW samples, and 12 more as every layout's buffers have.
+    // A row buffer holds 3 * dstW samples of three channels, and 12 to spare.
     const int32_t bufferCount = allocCount(3 * int64_t{dstW} + 12);
 
     if (interpolation == PxLinear) {
@@ -257,18 +273,6 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
                       buffers, rect.x, rect.y, srcWidth - rect.x, srcHeight - rect.y, rowsNotThinned, pixelStride,
                       channels);
     releaseAll();
-    return PxStsOk;
-}
-
-PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
-    int32_t n = truncateToInt32(s + kE);
-    if (n >= limit) {
-        n = limit;
-    } else if (n < 1) {
-        if (s + kE < 0.5) return PxStsNoResult;
-        n = 1;
-    }
-    *length = n;
     return PxStsOk;
 }
 

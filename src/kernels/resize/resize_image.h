@@ -2,7 +2,6 @@
 // src points at the rectangle's first pixel; steps and offsets are in bytes.
 #pragma once
 
-#include <climits>
 #include <cstdint>
 
 #include "kestrix/px.h"

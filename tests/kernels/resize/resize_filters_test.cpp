@@ -40,18 +40,6 @@ TEST(Cubic, PolynomialThroughFourSamples) {
     }
 }
 
-// Factor 1.0 over the whole image: t = -1 on the first row and column, 0 inside, then 1.0 and 2.0
-// on entry H - 3 for the last two; every byte comes back, top-down and bottom-up.
-TEST(Cubic, FactorOneIsIdentity) {
-    const Image src = randomImage(9, 7, 4, 33);
-    for (bool bottomUp : {false, true}) {
-        Image out(9, 7, 2);
-        ASSERT_EQ(resize(src, {0, 0, 9, 7}, out, 1.0, 1.0, PxCubic, bottomUp), PxStsOk);
-        for (int32_t y = 0; y < 7; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 27)) << y;
-        EXPECT_EQ(out.changedOutside(9, 7), 0);
-    }
-}
-
 // 8 columns 0, 0, 0, 0, 255, 255, 255, 255 at xFactor 15/8: 15 columns at step 0.5. At 2.5 the
 // taps 0, 0, 0, 255 give -255/16, at 3.5 the taps 0, 0, 255, 255 give 127.5, at 4.5 the taps 0,
 // 255, 255, 255 give 255 * 17/16: clamped to 0, rounded up to 128, clamped to 255.
@@ -64,32 +52,6 @@ TEST(Cubic, EdgeOvershootIsClamped) {
     for (int32_t y = 0; y < 4; ++y)
         for (int32_t x = 0; x < 15; ++x) EXPECT_EQ(out.at(x, y)[1], expected[x]) << x << "," << y;
     EXPECT_EQ(out.changedOutside(15, 4), 0);
-}
-
-// Flat rows, so that only the rows' choice shows. Positions on whole rows give t = 0 (or -1 and 2.0
-// at the image's first and last row), and the output row is a source row.
-TEST(Cubic, RingOfRows) {
-    const uint8_t values[16] = {0, 200, 100, 7, 9, 60, 11, 13, 15, 17, 250, 19, 21, 23, 25, 90};
-    const struct { const char *what; PxRect rect; double fy; std::vector<uint8_t> rows; } table[] = {
-        // Step 5: every advance jumps four rows or more and refills the whole ring.
-        {"0.25 on 16 rows", {0, 0, 2, 16}, 0.25, {0, 60, 250, 90}},
-        // Step 2: two rows a time.
-        {"rows 3 to 11 at 0.5", {0, 3, 2, 9}, 5.0 / 9.0, {7, 60, 13, 17, 19}},
-        // Inside the image the stencil reads rows 1 and 10, 11 around rows 2 to 9, all at t = 0.
-        {"rows 2 to 9 at 1.0", {0, 2, 2, 8}, 1.0, {100, 7, 9, 60, 11, 13, 15, 17}},
-    };
-    Image src(2, 16);
-    for (int32_t y = 0; y < 16; ++y) std::memset(src.at(0, y), values[y], 6);
-    for (const auto &row : table) {
-        for (bool bottomUp : {false, true}) {
-            const int32_t h = int32_t(row.rows.size());
-            Image out(2, h, 3);
-            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, PxCubic, bottomUp), PxStsOk) << row.what;
-            for (int32_t y = 0; y < h; ++y)
-                for (int32_t k = 0; k < 6; ++k) EXPECT_EQ(out.at(0, y)[k], row.rows[y]) << row.what << " " << y;
-            EXPECT_EQ(out.changedOutside(2, h), 0) << row.what;
-        }
-    }
 }
 
 // The kernel table against its rule, sinc(x) * sinc(x / 3) at x = i / 100, and its check values.
@@ -120,17 +82,6 @@ TEST(Lanczos, Coefficients) {
     for (int k = 0; k < 6; ++k) EXPECT_EQ(w[k], passThrough[k]) << k;
     const double half[6] = {0.02445652, -0.13586956, 0.61141306, 0.61141306, -0.13586956, 0.02445652};
     for (int k = 0; k < 6; ++k) EXPECT_NEAR(w[6 + k], half[k], 1e-8) << k;
-}
-
-// Factor 1.0 puts every row and column at t = 0: the image comes back, edges included.
-TEST(Lanczos, FactorOneIsIdentity) {
-    const Image src = randomImage(12, 10, 3, 51);
-    for (bool bottomUp : {false, true}) {
-        Image out(12, 10, 2);
-        ASSERT_EQ(resize(src, {0, 0, 12, 10}, out, 1.0, 1.0, PxLanczos, bottomUp), PxStsOk);
-        for (int32_t y = 0; y < 10; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 36)) << y;
-        EXPECT_EQ(out.changedOutside(12, 10), 0);
-    }
 }
 
 // Rectangles at the image's edges and corners, enlarged (the simple walk) and shrunk (the thinned

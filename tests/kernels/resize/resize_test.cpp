@@ -159,19 +159,22 @@ TEST(Resize, LinearWorkedExample) {
     EXPECT_EQ(out.changedOutside(13, 13), 0);
 }
 
-// Factor 1.0 reproduces every byte, last row and column included (the edge rule's full weight);
-// so does a 1 x 1 rectangle at the last column and row, whose left and upper taps get weight 0.
+// Factor 1.0 reproduces every byte, last row and column included: for linear through the edge
+// rule's full weight; for cubic at t = -1 on the first row and column, 0 inside, then 1.0 and 2.0 on
+// entry H - 3 for the last two; for Lanczos at t = 0 everywhere. So does a 1 x 1 rectangle at the
+// last column and row, whose other taps get weight 0. 8 rows, so that Lanczos is not lowered.
 TEST(Resize, FactorOneIsIdentity) {
-    const Image src = randomImage(9, 7, 4, 21);
-    for (int32_t in : {PxLinear, PxNearest}) {
-        Image out(9, 7, 2), one(2, 2);
-        ASSERT_EQ(resize(src, {0, 0, 9, 7}, out, 1.0, 1.0, in), PxStsOk);
-        for (int32_t y = 0; y < 7; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 27)) << y;
-        EXPECT_EQ(out.changedOutside(9, 7), 0);
-        ASSERT_EQ(resize(src, {8, 6, 1, 1}, one, 1.0, 1.0, in), PxStsOk);
-        EXPECT_EQ(0, std::memcmp(one.at(0, 0), src.at(8, 6), 3));
-        EXPECT_EQ(one.changedOutside(1, 1), 0);
-    }
+    const Image src = randomImage(9, 8, 4, 21);
+    for (int32_t in : {PxLinear, PxNearest, PxCubic, PxLanczos})
+        for (bool bottomUp : {false, true}) {
+            Image out(9, 8, 2), one(2, 2);
+            ASSERT_EQ(resize(src, {0, 0, 9, 8}, out, 1.0, 1.0, in, bottomUp), PxStsOk);
+            for (int32_t y = 0; y < 8; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 27)) << in << " " << y;
+            EXPECT_EQ(out.changedOutside(9, 8), 0);
+            ASSERT_EQ(resize(src, {8, 7, 1, 1}, one, 1.0, 1.0, in, bottomUp), PxStsOk);
+            EXPECT_EQ(0, std::memcmp(one.at(0, 0), src.at(8, 7), 3)) << in;
+            EXPECT_EQ(one.changedOutside(1, 1), 0);
+        }
 }
 
 // Factor 2.0 over 4 columns: 8 columns at step 3/7. Column 1 at 0.4286 weighs 9363 and 7021 over 10
@@ -186,27 +189,35 @@ TEST(Resize, LinearDoublingFourColumns) {
         for (int32_t x = 0; x < 8; ++x) EXPECT_EQ(out.at(x, y)[2], expected[x]) << x << "," << y;
 }
 
-// The rolling pair of rows, on flat rows stored top-down and bottom-up.
-TEST(Resize, LinearRows) {
+// The rolling pair of rows (linear) and the ring of four rows (cubic), on flat rows stored top-down
+// and bottom-up; 4 columns, so that cubic is not lowered.
+TEST(Resize, RowsOfTheRing) {
     const uint8_t values[16] = {0, 200, 100, 7, 9, 60, 11, 13, 15, 17, 250, 19, 21, 23, 25, 90};
-    const struct { const char *what; int32_t h; PxRect rect; double fy; std::vector<uint8_t> rows; } table[] = {
+    const struct { const char *what; int32_t in, h; PxRect rect; double fy; std::vector<uint8_t> rows; } table[] = {
         // Step 5: every row skips rows, so both passes run; row 15 is the last, by the edge rule.
-        {"0.25 on 16 rows", 16, {0, 0, 2, 16}, 0.25, {0, 60, 250, 90}},
+        {"0.25 on 16 rows", PxLinear, 16, {0, 0, 4, 16}, 0.25, {0, 60, 250, 90}},
         // Step 1/4: four output rows share one pair of rows; 175 is 200 * 3/4 + 100 / 4.
-        {"3.0 on 3 rows", 3, {0, 0, 2, 3}, 3.0, {0, 50, 100, 150, 200, 175, 150, 125, 100}},
+        {"3.0 on 3 rows", PxLinear, 3, {0, 0, 4, 3}, 3.0, {0, 50, 100, 150, 200, 175, 150, 125, 100}},
         // A 1-row rectangle on the last row: the row above is the upper row, at weight 0.
-        {"last row", 5, {0, 4, 2, 1}, 2.0, {9, 9}},
+        {"last row", PxLinear, 5, {0, 4, 4, 1}, 2.0, {9, 9}},
+        // Cubic positions on whole rows give t = 0, or -1 and 2.0 at the image's first and last row.
+        // Step 5: every advance jumps four rows or more and refills the whole ring.
+        {"cubic 0.25 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 0.25, {0, 60, 250, 90}},
+        // Step 2: rows 3, 5, 7, 9 and 11, two rows a time.
+        {"cubic rows 3 to 11 at 5/9", PxCubic, 16, {0, 3, 4, 9}, 5.0 / 9.0, {7, 60, 13, 17, 19}},
+        // Inside the image the stencil reads rows 1 and 10, 11 around rows 2 to 9, all at t = 0.
+        {"cubic rows 2 to 9 at 1.0", PxCubic, 16, {0, 2, 4, 8}, 1.0, {100, 7, 9, 60, 11, 13, 15, 17}},
     };
     for (const auto &row : table) {
-        Image src(2, row.h);
-        for (int32_t y = 0; y < row.h; ++y) std::memset(src.at(0, y), values[y], 6);
+        Image src(4, row.h);
+        for (int32_t y = 0; y < row.h; ++y) std::memset(src.at(0, y), values[y], 12);
         for (bool bottomUp : {false, true}) {
             const int32_t h = int32_t(row.rows.size());
-            Image out(2, h, 3);
-            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, PxLinear, bottomUp), PxStsOk) << row.what;
+            Image out(4, h, 3);
+            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, row.in, bottomUp), PxStsOk) << row.what;
             for (int32_t y = 0; y < h; ++y)
-                for (int32_t k = 0; k < 6; ++k) EXPECT_EQ(out.at(0, y)[k], row.rows[y]) << row.what << " " << y;
-            EXPECT_EQ(out.changedOutside(2, h), 0) << row.what;
+                for (int32_t k = 0; k < 12; ++k) EXPECT_EQ(out.at(0, y)[k], row.rows[y]) << row.what << " " << y;
+            EXPECT_EQ(out.changedOutside(4, h), 0) << row.what;
         }
     }
 }
