@@ -134,18 +134,20 @@ TEST(Lanczos, EdgesRepeatTheEdgePixel) {
 
 // The six-row ring against a plain model: flat rows, so that only the choice of rows and their
 // weights show; output row n lies at the running sum of the step, and its six taps are the rows -2
-// to +3 around it, held to the image. Jumps of 1 to 9 rows, rectangles at the image's top and
+// to +3 around it, held to the image. Jumps of 1 to 15 rows, rectangles at the image's top and
 // bottom (rowsLeft 1 and 2), enlarged and shrunk; a byte next to a half may differ by one.
 TEST(Lanczos, RingOfRows) {
     const struct { int32_t h; PxRect rect; double fy; } table[] = {
         {16, {0, 0, 8, 16}, 7.0 / 16.0},  // step 2.5: jumps of 2 and 3, t = 0.5 on every other row
-        {24, {0, 0, 8, 24}, 0.19},        // step 5 to 6.5: jumps of five rows and more
-        {20, {0, 0, 8, 20}, 0.11},        // step about 9
-        {16, {0, 1, 8, 15}, 0.6},
+        {16, {0, 0, 8, 16}, 0.25},        // step 5: jumps of five rows
+        {24, {0, 0, 8, 24}, 0.19},        // step 6.46: rows 0, 6, 12, 19
+        {20, {0, 0, 8, 20}, 0.11},        // step 15.8: rows 0 and 15
+        {16, {0, 1, 8, 15}, 0.6},         // step 1.75: jumps of 1 and 2 from the second row
+        {16, {0, 8, 8, 8}, 0.4},          // step 3.18: rows 8, 11 and 14, the last but one
+        {16, {0, 11, 8, 5}, 0.75},        // step 1.45: the bottom, thinned
         {16, {0, 14, 8, 2}, 2.5},         // rowsLeft 2, enlarged: the simple walk
         {16, {0, 15, 8, 1}, 3.0},         // rowsLeft 1
-        {16, {0, 11, 8, 5}, 0.75},        // the bottom, thinned
-        {16, {0, 0, 8, 6}, 1.7},
+        {16, {0, 0, 8, 6}, 1.7},          // step 0.54 from the first row
     };
     for (const auto &row : table) {
         Image src(8, row.h);  // 8 wide, or Lanczos would be lowered
@@ -217,19 +219,24 @@ TEST(Super, Statuses) {
 
 // Whole cells: blocks of 1 copy the rectangle through the line, and 2 x 2 blocks of 255 give the
 // integer sum 1020 times 0.25, plus 0.5: 255.
-TEST(Super, WholeCells) {
+TEST(Super, WholeAndConstantCells) {
     const Image src = randomImage(13, 9, 2, 41);
     Image copy(7, 5, 1);
     ASSERT_EQ(resize(src, {5, 3, 7, 5}, copy, 1.0, 1.0, PxSuper), PxStsOk);
     for (int32_t y = 0; y < 5; ++y) EXPECT_EQ(0, std::memcmp(copy.at(0, y), src.at(5, 3 + y), 21)) << y;
     EXPECT_EQ(copy.changedOutside(7, 5), 0);
 
-    Image white(10, 6), half(6, 4, 2);
-    std::memset(white.data(), 255, white.count);
-    ASSERT_EQ(resize(white, {0, 0, 10, 6}, half, 0.5, 0.5, PxSuper), PxStsOk);
-    for (int32_t y = 0; y < 3; ++y)
-        for (int32_t k = 0; k < 15; ++k) EXPECT_EQ(half.at(0, y)[k], 255) << y << " " << k;
-    EXPECT_EQ(half.changedOutside(5, 3), 0);
+    // Fractional cells both ways (1.43 by 1.67 pixels) weigh one cell's area too: 200 stays 200.
+    const struct { uint8_t value; double fx, fy; } constants[] = {{255, 0.5, 0.5}, {200, 0.7, 0.6}};
+    for (const auto &c : constants) {
+        Image flat(10, 6), out(8, 4, 2);
+        std::memset(flat.data(), c.value, flat.count);
+        ASSERT_EQ(resize(flat, {0, 0, 10, 6}, out, c.fx, c.fy, PxSuper), PxStsOk);
+        const int32_t w = int32_t(10 * c.fx + 1e-7), h = int32_t(6 * c.fy + 1e-7);
+        for (int32_t y = 0; y < h; ++y)
+            for (int32_t k = 0; k < 3 * w; ++k) EXPECT_EQ(out.at(0, y)[k], c.value) << c.fx << " " << y << " " << k;
+        EXPECT_EQ(out.changedOutside(w, h), 0);
+    }
 }
 
 // Cells of 1.5 pixels over 9 pixels e0..e8, across or down: e0 + e1/2, e1/2 + e2, e3 + e4/2,

@@ -205,6 +205,11 @@ TEST(Resize, RowsOfTheRing) {
         {"cubic 0.25 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 0.25, {0, 60, 250, 90}},
         // Step 2: rows 3, 5, 7, 9 and 11, two rows a time.
         {"cubic rows 3 to 11 at 5/9", PxCubic, 16, {0, 3, 4, 9}, 5.0 / 9.0, {7, 60, 13, 17, 19}},
+        // Step 2.5: at t = 0.5 the weights are -1/16, 9/16, 9/16, -1/16; rows 1 to 4 give 754 / 16,
+        // rows 6 to 9 224 / 16 and rows 11 to 14 352 / 16: 47.125, 14 and 22.
+        {"cubic 7/16 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 7.0 / 16.0, {0, 47, 60, 14, 250, 22, 90}},
+        // Step 5.5: the first jump refills all four rows; rows 4 to 7 give 617 / 16 = 38.5625.
+        {"cubic 41/176 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 41.0 / 176.0, {0, 39, 19}},
         // Inside the image the stencil reads rows 1 and 10, 11 around rows 2 to 9, all at t = 0.
         {"cubic rows 2 to 9 at 1.0", PxCubic, 16, {0, 2, 4, 8}, 1.0, {100, 7, 9, 60, 11, 13, 15, 17}},
     };
