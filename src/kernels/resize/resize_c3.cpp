@@ -6,10 +6,9 @@ namespace px {
 PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
     // srcRect is the entry's own copy: clipping never reaches the caller's record.
-    if (interpolation == PxSuper && xFactor <= 1.0 && yFactor <= 1.0) {
-        // Supersampling is not built yet; its requests are refused.
-        return PxStsBadInterpolation;
-    }
+    if (interpolation == PxSuper && xFactor <= 1.0 && yFactor <= 1.0)
+        return pxResizeSuper(src, srcSize, srcStep, &srcRect, dst, dstStep, dstSize, xFactor, yFactor, 3, 3, PxData8u,
+                             0);
     // Everything else, supersampling with a factor above 1.0 included, goes to the engine.
     return pxResizeEngine(src, srcSize.width, srcSize.height, srcStep, &srcRect, dst, dstStep, dstSize, xFactor,
                           yFactor, 0.0, 0.0, 3, 3, PxData8u, 0, interpolation, 1);

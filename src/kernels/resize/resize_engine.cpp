@@ -11,21 +11,15 @@ namespace {
 // onto that number.
 constexpr double kE = 1e-7;
 
-// Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
-// (or not a number) gives the most negative value.
-int32_t truncate(double v) {
-    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
-    return INT32_MIN;
-}
-
 // A 32-bit product, wrapping as the 32-bit multiplication does.
 int32_t mul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
-// Output length of an axis from its scaled length s: PxStsNoResult under half a pixel.
+}  // namespace
+
 PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
-    int32_t n = truncate(s + kE);
+    int32_t n = truncateToInt32(s + kE);
     if (n >= limit) {
         n = limit;
     } else if (n < 1) {
@@ -36,9 +30,11 @@ PxStatus scaledLength(double s, int32_t limit, int32_t *length) {
     return PxStsOk;
 }
 
+namespace {
+
 // Output length of an axis when the factor is the step itself; s is the source span over the step.
 int32_t steppedLength(double s, int32_t limit, bool nearest) {
-    const int32_t c = truncate(s + kE);
+    const int32_t c = truncateToInt32(s + kE);
     if (c < limit - 1) return std::max(1, nearest ? c : c + 1);
     return limit;
 }
@@ -46,7 +42,7 @@ int32_t steppedLength(double s, int32_t limit, bool nearest) {
 // Nearest: the entry is the truncated position, unclamped, times the scale.
 void nearestTable(int32_t *index, int32_t count, double position, double step, int32_t scale) {
     for (int32_t k = 0; k < count; ++k) {
-        index[k] = mul32(truncate(position + kE), scale);
+        index[k] = mul32(truncateToInt32(position + kE), scale);
         position += step;  // a running sum: its rounding is part of the result
     }
 }
@@ -57,13 +53,13 @@ void nearestTable(int32_t *index, int32_t count, double position, double step, i
 void linearTable(int32_t *index, uint16_t *weight, bool weightPairs, int32_t count, double position, double step,
                  int32_t limit, int32_t scale) {
     for (int32_t k = 0; k < count; ++k) {
-        const int32_t i = truncate(position + kE);
+        const int32_t i = truncateToInt32(position + kE);
         int32_t w = 16384;
         if (i == limit) {
             index[k] = mul32(i - 1, scale);
         } else {
             index[k] = mul32(i, scale);
-            w = truncate((position - i) * 16384.0 + kE);
+            w = truncateToInt32((position - i) * 16384.0 + kE);
         }
         if (weightPairs) {
             weight[2 * k] = static_cast<uint16_t>(16384 - w);
@@ -71,6 +67,38 @@ void linearTable(int32_t *index, uint16_t *weight, bool weightPairs, int32_t cou
         } else {
             weight[k] = static_cast<uint16_t>(w);
         }
+        position += step;
+    }
+}
+
+// Cubic: the four taps (entry - 1 to entry + 2) never leave the image. Beside the image's first
+// pixel the entry slides on by one and the fraction runs in -1..0, beside its next-to-last pixel it
+// slides back by one and the fraction runs in 1..2, and the last pixel is reached from two before
+// it at a fraction of exactly 2.0. origin is the rectangle's place on this axis, size the image's.
+void cubicTable(int32_t *index, float *fraction, int32_t count, double position, double step, int32_t origin,
+                int32_t size, int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t i = truncateToInt32(position + kE);
+        const int64_t a = int64_t{i} + origin;
+        if (a == size - 1) {
+            index[k] = mul32(i - 2, scale);
+            fraction[k] = 2.0f;
+        } else {
+            const int32_t b = a == 0 ? i + 1 : a == size - 2 ? i - 1 : i;
+            index[k] = mul32(b, scale);
+            fraction[k] = static_cast<float>(position - b);
+        }
+        position += step;
+    }
+}
+
+// Lanczos: the entry is the whole part of the position and the fraction the rest, with no edge
+// rule; the image function keeps the taps inside the image.
+void lanczosTable(int32_t *index, float *fraction, int32_t count, double position, double step, int32_t scale) {
+    for (int32_t k = 0; k < count; ++k) {
+        const int32_t i = truncateToInt32(position + kE);
+        index[k] = mul32(i, scale);
+        fraction[k] = static_cast<float>(position - i);
         position += step;
     }
 }
@@ -141,13 +169,9 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
         y0 = nearest ? yFactor * 0.5 : 0.0;
     }
 
-    // Only slot 0 of the image tables is built: 8-bit samples, interleaved, three channels; and
-    // cubic and Lanczos are not built yet. Those requests end here, after every check and after the
-    // lowering (which may still turn them into linear or nearest, and those are served), before
-    // anything is allocated.
-    if (dataType != PxData8u || planar != 0 || channels != 3 || interpolation == PxCubic ||
-        interpolation == PxLanczos)
-        return PxStsBadInterpolation;
+    // Only slot 0 of the image tables is built: 8-bit samples, interleaved, three channels. Other
+    // layouts end here, after every check, before anything is allocated.
+    if (dataType != PxData8u || planar != 0 || channels != 3) return PxStsBadInterpolation;
 
     // Each product of the origin is formed in 32 bits and extended with its sign.
     const uint8_t *origin =
@@ -155,7 +179,7 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
     auto *out = static_cast<uint8_t *>(dst);
 
     // Everything is in hand before the image function runs, so a failed allocation writes nothing.
-    void *held[6] = {};
+    void *held[16] = {};
     int heldCount = 0;
     auto hold = [&](void *block) {
         held[heldCount++] = block;
@@ -183,28 +207,78 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
         return PxStsOk;
     }
 
-    uint16_t *yWeight = pxAlloc16(dstH);
-    if (!hold(yWeight)) return outOfMemory();
-    // The edge limits mark the image's own last row and column, counted from the rectangle.
-    linearTable(yIndex, yWeight, false, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
-    uint16_t *xWeight = pxAlloc16(allocCount(2 * int64_t{dstW}));
-    if (!hold(xWeight)) return outOfMemory();
-    linearTable(xIndex, xWeight, true, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
-
+    // A row buffer holds 3 * dstW samples of three channels, and 12 to spare.
     const int32_t bufferCount = allocCount(3 * int64_t{dstW} + 12);
-    uint16_t *bufferA = pxAlloc16(bufferCount);
-    if (!hold(bufferA)) return outOfMemory();
-    uint16_t *bufferB = pxAlloc16(bufferCount);
-    if (!hold(bufferB)) return outOfMemory();
 
-    functions.linear(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yWeight, xWeight, bufferA, bufferB,
-                     pixelStride, channels);
+    if (interpolation == PxLinear) {
+        uint16_t *yWeight = pxAlloc16(dstH);
+        if (!hold(yWeight)) return outOfMemory();
+        // The edge limits mark the image's own last row and column, counted from the rectangle.
+        linearTable(yIndex, yWeight, false, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
+        uint16_t *xWeight = pxAlloc16(allocCount(2 * int64_t{dstW}));
+        if (!hold(xWeight)) return outOfMemory();
+        linearTable(xIndex, xWeight, true, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
+
+        uint16_t *bufferA = pxAlloc16(bufferCount);
+        if (!hold(bufferA)) return outOfMemory();
+        uint16_t *bufferB = pxAlloc16(bufferCount);
+        if (!hold(bufferB)) return outOfMemory();
+
+        functions.linear(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yWeight, xWeight, bufferA,
+                         bufferB, pixelStride, channels);
+        releaseAll();
+        return PxStsOk;
+    }
+
+    auto allocFloats = [](int64_t count) { return reinterpret_cast<float *>(pxAlloc32(allocCount(count))); };
+    float *yFraction = allocFloats(dstH);
+    if (!hold(yFraction)) return outOfMemory();
+    if (interpolation == PxCubic) {
+        cubicTable(yIndex, yFraction, dstH, y0 + yShift, yStep, rect.y, srcHeight, srcStep);
+    } else {
+        lanczosTable(yIndex, yFraction, dstH, y0 + yShift, yStep, srcStep);
+    }
+    float *xFraction = allocFloats(dstW);
+    if (!hold(xFraction)) return outOfMemory();
+    if (interpolation == PxCubic) {
+        cubicTable(xIndex, xFraction, dstW, x0 + xShift, xStep, rect.x, srcWidth, pixelStride);
+        float *rows[4] = {};
+        for (float *&row : rows) {
+            row = allocFloats(bufferCount);
+            if (!hold(row)) return outOfMemory();
+        }
+        functions.cubic(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction, xFraction, rows,
+                        pixelStride, channels);
+        releaseAll();
+        return PxStsOk;
+    }
+
+    lanczosTable(xIndex, xFraction, dstW, x0 + xShift, xStep, pixelStride);
+    float *xCoefficients = allocFloats(6 * int64_t{dstW});
+    if (!hold(xCoefficients)) return outOfMemory();
+    float *yCoefficients = allocFloats(6 * int64_t{dstH});
+    if (!hold(yCoefficients)) return outOfMemory();
+    functions.coefficients(xFraction, dstW, xCoefficients, pxLanczosKernel);
+    functions.coefficients(yFraction, dstH, yCoefficients, pxLanczosKernel);
+    float *buffers[6] = {};
+    for (float *&buffer : buffers) {
+        buffer = allocFloats(bufferCount);
+        if (!hold(buffer)) return outOfMemory();
+    }
+    // When enlarging (a scale of 1.0 or more, or a step below 1.0) the rows move on by one at most
+    // per output row, and the image function takes its simpler walk.
+    const bool scaleAtLeastOne = yFactor >= 1.0;
+    const int32_t rowsNotThinned = (factorsAreScale == 1) == scaleAtLeastOne ? 1 : 0;
+    functions.lanczos(origin, out, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yCoefficients, xCoefficients,
+                      buffers, rect.x, rect.y, srcWidth - rect.x, srcHeight - rect.y, rowsNotThinned, pixelStride,
+                      channels);
     releaseAll();
     return PxStsOk;
 }
 
 namespace {
-constexpr ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage};
+constexpr ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage, pxCubicImage, pxLanczosImage,
+                                                pxResizeCoefficients};
 }  // namespace
 
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,

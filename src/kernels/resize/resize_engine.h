@@ -11,13 +11,22 @@ namespace px {
 enum PxDataType : int32_t { PxData8u = 0, PxData16u = 1, PxData32f = 2 };
 
 // The image functions a level binds its copy of the engine to (slot 0 of each table: 8-bit,
-// interleaved, three channels). Declared in resize_image.h.
+// interleaved, three channels), and the level's Lanczos weights. Declared in resize_image.h.
 struct ResizeImageFunctions {
     void (*nearest)(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
                     const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
     void (*linear)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                    const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
                    uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+    void (*cubic)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                  const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                  float *const rows[4], int32_t pixelStride, int32_t channels);
+    void (*lanczos)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                    const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                    int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                    int32_t channels);
+    void (*coefficients)(const float *fractions, int32_t count, float *coefficients, const float *kernel);
 };
 
 // Checks, clips srcRect (written back), lowers the interpolation on small sources, derives the
@@ -28,11 +37,22 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
                       double yFactor, double xShift, double yShift, int32_t pixelStride, int32_t channels,
                       int32_t dataType, int32_t planar, int32_t interpolation, int32_t factorsAreScale);
 
+// Output length of an axis from its scaled length s (size times factor): the truncation of s + 1e-7,
+// cut to limit; PxStsNoResult under half a pixel, and 1 from half a pixel up.
+PxStatus scaledLength(double s, int32_t limit, int32_t *length);
+
 // The level-0 engine.
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,
                         void *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, double xShift,
                         double yShift, int32_t pixelStride, int32_t channels, int32_t dataType, int32_t planar,
                         int32_t interpolation, int32_t factorsAreScale);
+
+// The area-averaging shrink, level 0: checks, clips srcRect (written back), derives the output size,
+// the line's span and the SuperMode, and runs the three-channel 8-bit engine. Factors are output
+// pixels per source pixel, at most 1.0.
+PxStatus pxResizeSuper(const void *src, PxSize srcSize, int32_t srcStep, PxRect *srcRect, void *dst, int32_t dstStep,
+                       PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride, int32_t channels,
+                       int32_t dataType, int32_t planar);
 
 // The level-0 form of pxResizeC3.
 PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

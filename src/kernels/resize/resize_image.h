@@ -4,7 +4,23 @@
 
 #include <cstdint>
 
+#include "kestrix/px.h"
+
 namespace px {
+
+// Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
+// (or not a number) gives the most negative value.
+inline int32_t truncateToInt32(double v) {
+    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
+    return INT32_MIN;
+}
+
+// The store of the float passes (cubic, Lanczos): 0.5000001, a hair above a half, sends a value at
+// or just below n + 0.5 up; only here is the overshoot of the filters limited.
+inline uint8_t storeFloatSample(float value) {
+    const int32_t n = truncateToInt32(static_cast<double>(value) + 0.5000001);
+    return static_cast<uint8_t>(n < 0 ? 0 : n > 255 ? 255 : n);
+}
 
 // Copies the source pixel that the tables name to every output pixel (three bytes each).
 void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
@@ -25,5 +41,62 @@ void pxLinearBlend(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *
 
 // Vertical pass for three channels at a pixel stride of 4; the fourth byte keeps what it held.
 void pxLinearBlendSkip(uint8_t *dst, int32_t dstW, int32_t weight, const uint16_t *upper, const uint16_t *lower);
+
+// Cubic interpolation over a ring of four intermediate rows of floats (rows[0] to rows[3], each
+// 3 * dstW + 12 floats).
+void pxCubicImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                  const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                  float *const rows[4], int32_t pixelStride, int32_t channels);
+
+// Horizontal cubic pass, three channels at pixelStride packed into out: the polynomial through the
+// pixels one before to two after xIndex, at the column's fraction.
+void pxCubicRow(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                const float *xFraction, float *out);
+
+// Vertical cubic pass over count samples of the four rows in stencil order, dst written contiguously.
+void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                    const float *r3);
+
+// The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
+void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
+                        const float *r3);
+
+// The three-lobed Lanczos kernel at steps of 0.01 from 0 to 3, and a 0 beyond.
+extern const float pxLanczosKernel[302];
+
+// Six weights per fraction, of the taps -2 to +3 around the entry, read from kernel and normalised
+// to sum 1.
+void pxResizeCoefficients(const float *fractions, int32_t count, float *coefficients, const float *kernel);
+
+// Lanczos interpolation over a ring of six intermediate rows of floats (buffers[0] to buffers[5],
+// each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows from the
+// rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
+void pxLanczosImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                    const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                    int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                    int32_t channels);
+
+// Horizontal Lanczos pass, three channels at pixelStride packed into buffer; taps beyond the
+// image's own left or right edge weigh on the edge pixel.
+void pxLanczosRow(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                  float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
+
+// Vertical Lanczos pass over count samples of the six rows, with the output row's six weights.
+void pxLanczosCombine(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+
+// The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
+void pxLanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
+
+// Which of the supersampling cell's sides, in source pixels, have a fraction.
+enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
+
+// The supersampling engine for 8-bit samples, three channels at pixelStride: every output pixel is
+// the mean of the source cell of invX by invY pixels it covers, over one line of span accumulators.
+// src is at the rectangle's origin; rowsLeft counts the image's rows from there. PxStsOk, or
+// PxStsNoMem with nothing written.
+PxStatus pxSuperC3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
+                   int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+                   int32_t rowsLeft);
 
 }  // namespace px

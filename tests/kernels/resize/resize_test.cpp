@@ -1,87 +1,18 @@
-// pxResizeC3 with nearest and linear: statuses, geometry, bytes worked by hand, and every level.
+// pxResizeC3 through its engine: statuses, geometry, nearest and linear bytes worked by hand, strides and levels.
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstring>
-#include <memory>
-#include <random>
 #include <vector>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#endif
 
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_image.h"
+#include "kernels/resize/test_images.h"
 #include "kestrix/px.h"
 
 namespace {
 
-constexpr uint8_t kSentinel = 0xCD;
-
-// A sentinel-filled three-channel image whose bytes end at a no-access page: a read past the end faults.
-struct Image {
-    int32_t w, h, step;
-    size_t count;
-    std::shared_ptr<uint8_t> bytes;
-    Image(int32_t width, int32_t height, int32_t pad = 0)
-        : w(width), h(height), step(3 * width + pad), count(size_t(step) * height) {
-        const size_t body = (count + 4095) / 4096 * 4096;
-#if defined(_WIN32)
-        auto *base =
-            static_cast<uint8_t *>(VirtualAlloc(nullptr, body + 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-        DWORD old;
-        VirtualProtect(base + body, 4096, PAGE_NOACCESS, &old);
-        bytes.reset(base + body - count, [base](uint8_t *) { VirtualFree(base, 0, MEM_RELEASE); });
-#else
-        auto *base = static_cast<uint8_t *>(
-            mmap(nullptr, body + 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base + body, 4096, PROT_NONE);
-        bytes.reset(base + body - count, [base, body](uint8_t *) { munmap(base, body + 4096); });
-#endif
-        std::memset(data(), kSentinel, count);
-    }
-    uint8_t *data() const { return bytes.get(); }
-    uint8_t *at(int32_t x, int32_t y) const { return data() + size_t(y) * step + 3 * x; }
-    // Bytes outside the first dw x dh pixels that no longer hold the sentinel.
-    int changedOutside(int32_t dw, int32_t dh) const {
-        int changed = 0;
-        for (size_t k = 0; k < count; ++k)
-            changed += (k / step >= size_t(dh) || k % step >= size_t(3 * dw)) && data()[k] != kSentinel;
-        return changed;
-    }
-};
-
-// Pixel (x, y) holds x, y and a byte that tells the pair apart: a nearest result names its source.
-Image coordinates(int32_t w, int32_t h) {
-    Image image(w, h, 2);
-    for (int32_t y = 0; y < h; ++y)
-        for (int32_t x = 0; x < w; ++x) {
-            const uint8_t p[3] = {uint8_t(x), uint8_t(y), uint8_t(x * 16 + y + 7)};
-            std::memcpy(image.at(x, y), p, 3);
-        }
-    return image;
-}
-
-Image randomImage(int32_t w, int32_t h, int32_t pad, uint32_t seed) {
-    Image image(w, h, pad);
-    std::mt19937 random(seed);
-    for (int32_t y = 0; y < h; ++y)
-        for (int32_t x = 0; x < 3 * w; ++x) image.at(0, y)[x] = random() & 0xFF;
-    return image;
-}
-
-// bottomUp passes a row-flipped copy by its last row with a negative step: the bytes must not change.
-PxStatus resize(const Image &src, PxRect rect, Image &dst, double fx, double fy, int32_t in, bool bottomUp = false) {
-    Image flipped(src.w, src.h, src.step - 3 * src.w);
-    for (int32_t y = 0; y < src.h; ++y) std::memcpy(flipped.at(0, y), src.at(0, src.h - 1 - y), src.step);
-    return pxResizeC3(bottomUp ? flipped.at(0, src.h - 1) : src.data(), {src.w, src.h}, bottomUp ? -src.step : src.step,
-                      rect, dst.data(), dst.step, {dst.w, dst.h}, fx, fy, in);
-}
-
-bool same(const Image &a, const Image &b) { return std::memcmp(a.data(), b.data(), a.count) == 0; }
+using namespace kx_resize_test;
 
 // The checks in their order; a failure writes nothing.
 TEST(Resize, Statuses) {
@@ -228,19 +159,22 @@ TEST(Resize, LinearWorkedExample) {
     EXPECT_EQ(out.changedOutside(13, 13), 0);
 }
 
-// Factor 1.0 reproduces every byte, last row and column included (the edge rule's full weight);
-// so does a 1 x 1 rectangle at the last column and row, whose left and upper taps get weight 0.
+// Factor 1.0 reproduces every byte, last row and column included: for linear through the edge
+// rule's full weight; for cubic at t = -1 on the first row and column, 0 inside, then 1.0 and 2.0 on
+// entry H - 3 for the last two; for Lanczos at t = 0 everywhere. So does a 1 x 1 rectangle at the
+// last column and row, whose other taps get weight 0. 8 rows, so that Lanczos is not lowered.
 TEST(Resize, FactorOneIsIdentity) {
-    const Image src = randomImage(9, 7, 4, 21);
-    for (int32_t in : {PxLinear, PxNearest}) {
-        Image out(9, 7, 2), one(2, 2);
-        ASSERT_EQ(resize(src, {0, 0, 9, 7}, out, 1.0, 1.0, in), PxStsOk);
-        for (int32_t y = 0; y < 7; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 27)) << y;
-        EXPECT_EQ(out.changedOutside(9, 7), 0);
-        ASSERT_EQ(resize(src, {8, 6, 1, 1}, one, 1.0, 1.0, in), PxStsOk);
-        EXPECT_EQ(0, std::memcmp(one.at(0, 0), src.at(8, 6), 3));
-        EXPECT_EQ(one.changedOutside(1, 1), 0);
-    }
+    const Image src = randomImage(9, 8, 4, 21);
+    for (int32_t in : {PxLinear, PxNearest, PxCubic, PxLanczos})
+        for (bool bottomUp : {false, true}) {
+            Image out(9, 8, 2), one(2, 2);
+            ASSERT_EQ(resize(src, {0, 0, 9, 8}, out, 1.0, 1.0, in, bottomUp), PxStsOk);
+            for (int32_t y = 0; y < 8; ++y) EXPECT_EQ(0, std::memcmp(out.at(0, y), src.at(0, y), 27)) << in << " " << y;
+            EXPECT_EQ(out.changedOutside(9, 8), 0);
+            ASSERT_EQ(resize(src, {8, 7, 1, 1}, one, 1.0, 1.0, in, bottomUp), PxStsOk);
+            EXPECT_EQ(0, std::memcmp(one.at(0, 0), src.at(8, 7), 3)) << in;
+            EXPECT_EQ(one.changedOutside(1, 1), 0);
+        }
 }
 
 // Factor 2.0 over 4 columns: 8 columns at step 3/7. Column 1 at 0.4286 weighs 9363 and 7021 over 10
@@ -255,41 +189,55 @@ TEST(Resize, LinearDoublingFourColumns) {
         for (int32_t x = 0; x < 8; ++x) EXPECT_EQ(out.at(x, y)[2], expected[x]) << x << "," << y;
 }
 
-// The rolling pair of rows, on flat rows stored top-down and bottom-up.
-TEST(Resize, LinearRows) {
+// The rolling pair of rows (linear) and the ring of four rows (cubic), on flat rows stored top-down
+// and bottom-up; 4 columns, so that cubic is not lowered.
+TEST(Resize, RowsOfTheRing) {
     const uint8_t values[16] = {0, 200, 100, 7, 9, 60, 11, 13, 15, 17, 250, 19, 21, 23, 25, 90};
-    const struct { const char *what; int32_t h; PxRect rect; double fy; std::vector<uint8_t> rows; } table[] = {
+    const struct { const char *what; int32_t in, h; PxRect rect; double fy; std::vector<uint8_t> rows; } table[] = {
         // Step 5: every row skips rows, so both passes run; row 15 is the last, by the edge rule.
-        {"0.25 on 16 rows", 16, {0, 0, 2, 16}, 0.25, {0, 60, 250, 90}},
+        {"0.25 on 16 rows", PxLinear, 16, {0, 0, 4, 16}, 0.25, {0, 60, 250, 90}},
         // Step 1/4: four output rows share one pair of rows; 175 is 200 * 3/4 + 100 / 4.
-        {"3.0 on 3 rows", 3, {0, 0, 2, 3}, 3.0, {0, 50, 100, 150, 200, 175, 150, 125, 100}},
+        {"3.0 on 3 rows", PxLinear, 3, {0, 0, 4, 3}, 3.0, {0, 50, 100, 150, 200, 175, 150, 125, 100}},
         // A 1-row rectangle on the last row: the row above is the upper row, at weight 0.
-        {"last row", 5, {0, 4, 2, 1}, 2.0, {9, 9}},
+        {"last row", PxLinear, 5, {0, 4, 4, 1}, 2.0, {9, 9}},
+        // Cubic positions on whole rows give t = 0, or -1 and 2.0 at the image's first and last row.
+        // Step 5: every advance jumps four rows or more and refills the whole ring.
+        {"cubic 0.25 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 0.25, {0, 60, 250, 90}},
+        // Step 2: rows 3, 5, 7, 9 and 11, two rows a time.
+        {"cubic rows 3 to 11 at 5/9", PxCubic, 16, {0, 3, 4, 9}, 5.0 / 9.0, {7, 60, 13, 17, 19}},
+        // Step 2.5: at t = 0.5 the weights are -1/16, 9/16, 9/16, -1/16; rows 1 to 4 give 754 / 16,
+        // rows 6 to 9 224 / 16 and rows 11 to 14 352 / 16: 47.125, 14 and 22.
+        {"cubic 7/16 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 7.0 / 16.0, {0, 47, 60, 14, 250, 22, 90}},
+        // Step 5.5: the first jump refills all four rows; rows 4 to 7 give 617 / 16 = 38.5625.
+        {"cubic 41/176 on 16 rows", PxCubic, 16, {0, 0, 4, 16}, 41.0 / 176.0, {0, 39, 19}},
+        // Inside the image the stencil reads rows 1 and 10, 11 around rows 2 to 9, all at t = 0.
+        {"cubic rows 2 to 9 at 1.0", PxCubic, 16, {0, 2, 4, 8}, 1.0, {100, 7, 9, 60, 11, 13, 15, 17}},
     };
     for (const auto &row : table) {
-        Image src(2, row.h);
-        for (int32_t y = 0; y < row.h; ++y) std::memset(src.at(0, y), values[y], 6);
+        Image src(4, row.h);
+        for (int32_t y = 0; y < row.h; ++y) std::memset(src.at(0, y), values[y], 12);
         for (bool bottomUp : {false, true}) {
             const int32_t h = int32_t(row.rows.size());
-            Image out(2, h, 3);
-            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, PxLinear, bottomUp), PxStsOk) << row.what;
+            Image out(4, h, 3);
+            ASSERT_EQ(resize(src, row.rect, out, 1.0, row.fy, row.in, bottomUp), PxStsOk) << row.what;
             for (int32_t y = 0; y < h; ++y)
-                for (int32_t k = 0; k < 6; ++k) EXPECT_EQ(out.at(0, y)[k], row.rows[y]) << row.what << " " << y;
-            EXPECT_EQ(out.changedOutside(2, h), 0) << row.what;
+                for (int32_t k = 0; k < 12; ++k) EXPECT_EQ(out.at(0, y)[k], row.rows[y]) << row.what << " " << y;
+            EXPECT_EQ(out.changedOutside(4, h), 0) << row.what;
         }
     }
 }
 
 // With a pixel stride of 4 the engine writes three bytes of each pixel and leaves the fourth.
 TEST(Resize, StrideFourKeepsTheFourthByte) {
-    std::vector<uint8_t> src4(4 * 20, 0xFF), src3(3 * 20);
-    for (int32_t k = 0; k < 60; ++k) src3[k] = src4[k / 3 * 4 + k % 3] = uint8_t(k * 37);
-    for (int32_t in : {PxNearest, PxLinear}) {
+    // 8 x 8, so that Lanczos is not lowered.
+    std::vector<uint8_t> src4(4 * 64, 0xFF), src3(3 * 64);
+    for (int32_t k = 0; k < 192; ++k) src3[k] = src4[k / 3 * 4 + k % 3] = uint8_t(k * 37);
+    for (int32_t in : {PxNearest, PxLinear, PxCubic, PxLanczos}) {
         std::vector<uint8_t> dst4(4 * 63, kSentinel), dst3(3 * 63, kSentinel);
-        PxRect rect4{0, 0, 5, 4}, rect3{0, 0, 5, 4};
-        ASSERT_EQ(px::pxResizeEngine(src4.data(), 5, 4, 20, &rect4, dst4.data(), 36, {9, 7}, 1.8, 1.75, 0, 0, 4, 3, 0,
+        PxRect rect4{0, 0, 8, 8}, rect3{0, 0, 8, 8};
+        ASSERT_EQ(px::pxResizeEngine(src4.data(), 8, 8, 32, &rect4, dst4.data(), 36, {9, 7}, 1.8, 1.75, 0, 0, 4, 3, 0,
                                      0, in, 1), PxStsOk);
-        ASSERT_EQ(px::pxResizeEngine(src3.data(), 5, 4, 15, &rect3, dst3.data(), 27, {9, 7}, 1.8, 1.75, 0, 0, 3, 3, 0,
+        ASSERT_EQ(px::pxResizeEngine(src3.data(), 8, 8, 24, &rect3, dst3.data(), 27, {9, 7}, 1.8, 1.75, 0, 0, 3, 3, 0,
                                      0, in, 1), PxStsOk);
         for (int32_t k = 0; k < 63; ++k) {
             EXPECT_EQ(0, std::memcmp(&dst4[4 * k], &dst3[3 * k], 3)) << k;
@@ -311,7 +259,7 @@ TEST(Resize, EveryLevelMatchesLevelZero) {
     const int32_t saved = pxGetLevel();
     for (const Case &c : cases) {
         const Image src = randomImage(c.w, c.h, c.pad, uint32_t(c.w * 31 + c.pad));
-        for (int32_t in : {PxNearest, PxLinear}) {
+        for (int32_t in : {PxNearest, PxLinear, PxCubic, PxLanczos}) {
             ASSERT_EQ(pxSetLevel(0), PxStsOk);
             Image reference(1400, 40);
             ASSERT_EQ(resize(src, c.rect, reference, c.fx, c.fy, in), PxStsOk);
