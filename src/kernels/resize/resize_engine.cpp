@@ -39,10 +39,13 @@ int32_t steppedLength(double s, int32_t limit, bool nearest) {
     return limit;
 }
 
-// Nearest: the entry is the truncated position, unclamped, times the scale.
-void nearestTable(int32_t *index, int32_t count, double position, double step, int32_t scale) {
+// Nearest: the entry is the truncated position times the scale. The position is not held to the
+// rectangle: past it the image's own pixels are taken. Only a position past the image's last pixel
+// (limit), which the half-step origin of a shrink can reach at the image's edge, is brought back
+// onto that pixel, so that nothing outside the image is read.
+void nearestTable(int32_t *index, int32_t count, double position, double step, int32_t limit, int32_t scale) {
     for (int32_t k = 0; k < count; ++k) {
-        index[k] = mul32(truncateToInt32(position + kE), scale);
+        index[k] = mul32(std::min(truncateToInt32(position + kE), limit), scale);
         position += step;  // a running sum: its rounding is part of the result
     }
 }
@@ -200,8 +203,8 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
 
     if (nearest) {
         // 8-bit data: the steps in elements are the steps in bytes.
-        nearestTable(yIndex, dstH, y0 + yShift, yStep, srcStep);
-        nearestTable(xIndex, dstW, x0 + xShift, xStep, pixelStride);
+        nearestTable(yIndex, dstH, y0 + yShift, yStep, srcHeight - rect.y - 1, srcStep);
+        nearestTable(xIndex, dstW, x0 + xShift, xStep, srcWidth - rect.x - 1, pixelStride);
         functions.nearest(origin, out, dstStep, dstW, dstH, yIndex, xIndex, pixelStride);
         releaseAll();
         return PxStsOk;
