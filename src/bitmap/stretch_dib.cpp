@@ -27,9 +27,10 @@ private:
 // The DIB geometry of a 24-bit header.
 struct Dib {
     int64_t width, height, rowBytes, size;
+    bool usable;
     explicit Dib(const BITMAPINFOHEADER &h)
-        : width(h.biWidth), height(h.biHeight), rowBytes((width * 3 + 3) & ~int64_t{3}), size(h.biSizeImage) {}
-    bool usable(const BITMAPINFOHEADER &h) const { return h.biBitCount == 24 && width >= 1 && height >= 1; }
+        : width(h.biWidth), height(h.biHeight), rowBytes((width * 3 + 3) & ~int64_t{3}), size(h.biSizeImage),
+          usable(h.biBitCount == 24 && width >= 1 && height >= 1) {}
     // Byte offset of pixel (x, y), or -1 when the pixel is outside the bitmap or its block.
     int64_t offset(int64_t x, int64_t y) const {
         if (x < 0 || y < 0 || x >= width || y >= height) return -1;
@@ -44,12 +45,14 @@ void StretchDIB(const BITMAPINFOHEADER &dstHeader, uint8_t *dstBits, int32_t dst
                 int32_t dstHeight, const BITMAPINFOHEADER &srcHeader, const uint8_t *srcBits, int32_t srcX,
                 int32_t srcY, int32_t srcWidth, int32_t srcHeight) {
     const Dib dst(dstHeader), src(srcHeader);
-    if (!dst.usable(dstHeader) || !src.usable(srcHeader)) return;
+    if (!dst.usable || !src.usable) return;
     if (dstWidth < 1 || dstHeight < 1 || srcWidth < 1 || srcHeight < 1) return;
     const NearestGrid columns(srcX, srcWidth, dstWidth), rows(srcY, srcHeight, dstHeight);
     // Only the part of the rectangle that lies on the destination bitmap is walked.
-    const int64_t firstColumn = dstX < 0 ? -int64_t{dstX} : 0, endColumn = std::min<int64_t>(dstWidth, dst.width - dstX);
-    const int64_t firstRow = dstY < 0 ? -int64_t{dstY} : 0, endRow = std::min<int64_t>(dstHeight, dst.height - dstY);
+    const int64_t firstColumn = std::max<int64_t>(0, -int64_t{dstX});
+    const int64_t endColumn = std::min<int64_t>(dstWidth, dst.width - dstX);
+    const int64_t firstRow = std::max<int64_t>(0, -int64_t{dstY});
+    const int64_t endRow = std::min<int64_t>(dstHeight, dst.height - dstY);
     for (int64_t j = firstRow; j < endRow; ++j) {
         const int64_t sourceRow = rows[static_cast<int32_t>(j)];
         for (int64_t i = firstColumn; i < endColumn; ++i) {

@@ -31,23 +31,28 @@ void filterC3RowsScalar(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32
                         int32_t first, int32_t last) {
     const int32_t kw = kernelSize.width, kh = kernelSize.height;
     const int32_t rowBytes = size.width * 3;
+    // Sums of a stretch of the output row, tap by tap: one coefficient meets a run of bytes, which
+    // a compiler can widen on its own. Unsigned, so the sums wrap in 32 bits as the vector forms' do.
+    constexpr int32_t kRun = 256;
+    uint32_t sums[kRun];
     for (int32_t y = first; y < last; ++y) {
         uint8_t *out = dst + static_cast<ptrdiff_t>(y) * dstStep;
         // The window's pixel that meets coefficient (i, j) lies anchor - (i, j) away: a true
         // convolution, the kernel flipped both ways.
         const uint8_t *anchorRow =
             src + (static_cast<ptrdiff_t>(y) + anchor.y) * srcStep + static_cast<ptrdiff_t>(anchor.x) * 3;
-        for (int32_t b = 0; b < rowBytes; ++b) {
-            // Unsigned arithmetic: the sum wraps in 32 bits, as the vector forms' sums do.
-            uint32_t sum = 0;
+        for (int32_t start = 0; start < rowBytes; start += kRun) {
+            const int32_t count = rowBytes - start < kRun ? rowBytes - start : kRun;
+            for (int32_t k = 0; k < count; ++k) sums[k] = 0;
             for (int32_t j = 0; j < kh; ++j) {
-                const uint8_t *row = anchorRow - static_cast<ptrdiff_t>(j) * srcStep + b;
-                const int32_t *coefficients = kernel + static_cast<ptrdiff_t>(j) * kw;
                 for (int32_t i = 0; i < kw; ++i) {
-                    sum += static_cast<uint32_t>(coefficients[i]) * row[-3 * static_cast<ptrdiff_t>(i)];
+                    const uint32_t coefficient = static_cast<uint32_t>(kernel[static_cast<ptrdiff_t>(j) * kw + i]);
+                    const uint8_t *tap =
+                        anchorRow - static_cast<ptrdiff_t>(j) * srcStep - 3 * static_cast<ptrdiff_t>(i) + start;
+                    for (int32_t k = 0; k < count; ++k) sums[k] += coefficient * tap[k];
                 }
             }
-            out[b] = filterDivide(static_cast<int32_t>(sum), division);
+            for (int32_t k = 0; k < count; ++k) out[start + k] = filterDivide(static_cast<int32_t>(sums[k]), division);
         }
     }
 }

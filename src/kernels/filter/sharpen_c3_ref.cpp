@@ -6,6 +6,15 @@
 
 namespace px {
 
+uint8_t sharpenSample(int32_t c, int32_t neighbourhoodSum) {
+    const int32_t t = 17 * c - neighbourhoodSum;
+    if (t <= 0) return 0;
+    // t / 8 with ties to even: a remainder of exactly 4 rounds up only when bit 3 (the quotient's
+    // low bit) is set.
+    const int32_t value = (t + ((t & 8) >> 3) + 3) >> 3;
+    return static_cast<uint8_t>(value > 255 ? 255 : value);
+}
+
 namespace {
 
 // Element k is the sum of byte k of the row and the same channel's bytes one pixel to each side.
