@@ -96,7 +96,7 @@ TEST(Stretch, Geometry) {
     for (const auto &row : rows) {
         const BITMAPINFOHEADER src = header(row.sw, row.sh);
         BITMAPINFOHEADER dst = header(row.dw, row.dh);
-        std::vector<uint8_t> srcBits(std::max(src.biSizeImage, 1u)), dstBits = filled(dst.biSizeImage),
+        std::vector<uint8_t> srcBits(std::max<size_t>(src.biSizeImage, 1)), dstBits = filled(dst.biSizeImage),
             work = filled(dst.biSizeImage);
         for (size_t i = 0; i < srcBits.size(); ++i) srcBits[i] = uint8_t(i % 3 + 1);
         ASSERT_EQ(call(row.fn, &src, srcBits.data(), &dst, dstBits.data(), work.data(), row.scale, row.passes),
