@@ -32,7 +32,7 @@ void filterC3RowsScalar(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32
     const int32_t kw = kernelSize.width, kh = kernelSize.height;
     const int32_t rowBytes = size.width * 3;
     // Sums of a stretch of the output row, tap by tap: one coefficient meets a run of bytes, which
-    // a compiler can widen on its own. Unsigned, so the sums wrap in 32 bits as the vector forms' do.
+    // a compiler can widen on its own. Unsigned, so that the sums wrap in 32 bits as they must.
     constexpr int32_t kRun = 256;
     uint32_t sums[kRun];
     for (int32_t y = first; y < last; ++y) {
