@@ -63,7 +63,7 @@ void copyRegionBytes(benchmark::State &state) {
 
 // Level 0 only for now: every slot of both tables holds the reference form.
 BENCHMARK_CAPTURE(sharpenC3, sharpen_638x478_level0, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(filterC3, filter3x3_638x478_level0, 0)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(filterC3, filter_638x478_level0, 0)->Unit(benchmark::kMicrosecond);
 BENCHMARK(copyRegionBytes)->Name("memcpy_638x478")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
