@@ -89,7 +89,8 @@ KX_API int32_t ChangeGain3(const int32_t *luma, int32_t shutterWidth, int32_t *s
  * 1 done, 0 bad argument, -1 unknown mode or scratch too small. */
 KX_API int32_t BmpProcess(const BITMAPINFOHEADER *frame, uint8_t *bits, int32_t size, uint8_t *scratch,
                           int32_t scratchSize, int32_t mode);
-/* Scale and filter a DIB. 0 done, -1 null pointer, -2 size field too small, -3 scale too large. */
+/* Scale and filter a DIB. 0 done, -1 null pointer, -2 size field too small, -3 scale too large
+ * (also where a source side of 0 leaves the geometry nothing to divide by). */
 KX_API int32_t BmpStretchDIB(const BITMAPINFOHEADER *source, const uint8_t *sourceBits, BITMAPINFOHEADER *dest,
                              uint8_t *destBits, uint8_t *work, int32_t scale, int32_t passes);
 KX_API int32_t BmpStretchDIBEx(const BITMAPINFOHEADER *source, const uint8_t *sourceBits, BITMAPINFOHEADER *dest,

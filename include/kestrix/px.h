@@ -81,6 +81,26 @@ PX_API PxStatus pxCacheSize(int32_t *size);
 
 /* ---- Kernels. */
 
+/* Convolves the region of an 8-bit three-channel image with kernelSize.width x kernelSize.height
+ * coefficients (row after row), flipped both ways around anchor: per channel, output (x, y) is the
+ * sum of kernel[j * width + i] * src(x + anchor.x - i, y + anchor.y - j), in 32 bits that wrap.
+ * The sum is then divided: divisor 1 leaves it as it is; a power of two above 1 shifts, with ties
+ * to even and 0 for sums below 1; any other divisor (negative ones too) multiplies by its
+ * single-precision reciprocal, ties to even, 0 at half or below. The result saturates to 0..255.
+ * anchor is not checked: every pixel the window touches must be readable, and src and dst must
+ * be different images. PxStsBadDivisor for a divisor of 0 (before the steps), PxStsBadStep for
+ * srcStep below (width + kernel width - 1) * 3 or dstStep below width * 3. */
+PX_API PxStatus pxFilterC3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
+                           const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor);
+
+/* Sharpens the region of an 8-bit three-channel image with the 3x3 mask of 16 in the middle and
+ * -1 around it, over 8: per channel T = 17c - S, S the nine samples' sum, and the output is 0 for
+ * T <= 0, else T / 8 rounded to nearest with ties to even, at most 255. There is no edge
+ * treatment: the caller guarantees a one-pixel margin, (width + 2) x (height + 2) readable pixels
+ * around the region, and src and dst must be different images. PxStsBadStep for a step below 1
+ * (steps are not compared with the width); PxStsNoMem, output untouched, without scratch. */
+PX_API PxStatus pxSharpenC3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size);
+
 /* Copies an 8-bit plane with row steps. */
 PX_API PxStatus pxCopyC1(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size);
 

@@ -5,14 +5,11 @@
 #include <cstdlib>
 #include <vector>
 
+#include "bitmap/dib_header.h"
 #include "kernels/colour/levels.h"
 #include "kestrix.h"
 
 namespace {
-
-BITMAPINFOHEADER header(int32_t width, int32_t height, uint16_t bitCount = 24) {
-    return {40, width, height, 1, bitCount, 0, static_cast<uint32_t>(width * height * (bitCount >> 3)), 0, 0, 0, 0};
-}
 
 int32_t process(const BITMAPINFOHEADER &h, std::vector<uint8_t> &bits, std::vector<uint8_t> &scratch, int32_t mode) {
     return BmpProcess(&h, bits.data(), int32_t(bits.size()), scratch.data(), int32_t(scratch.size()), mode);
