@@ -19,7 +19,7 @@ constexpr int32_t kW = 64, kH = 48;
 struct Outcome {
     std::vector<uint8_t> masks;
     std::array<int32_t, 8> exposure{};
-    std::vector<uint8_t> woven, resized, planes, deinterlaced;
+    std::vector<uint8_t> woven, resized, planes, deinterlaced, sharpened, filtered;
     int32_t level = -1, cacheStatus = 0, cacheSize = 0;
     uint64_t features = 0;
     bool operator==(const Outcome &) const = default;
@@ -66,6 +66,13 @@ Outcome work(uint32_t seed) {
     pxRgbToYuv420(out.woven.data(), kW * 3, planes, steps, {kW, kH});
     out.deinterlaced.assign(size_t(kW) * kH, 0);
     pxDeinterlaceEdge(out.planes.data(), kW, out.deinterlaced.data(), kW, {kW, kH}, 0, 1);
+    // The filters over the region inside a one-pixel margin.
+    const uint8_t *inner = out.woven.data() + kW * 3 + 3;
+    out.sharpened.assign(out.woven.size(), 0);
+    pxSharpenC3(inner, kW * 3, out.sharpened.data(), kW * 3, {kW - 2, kH - 2});
+    const int32_t blur[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
+    out.filtered.assign(out.woven.size(), 0);
+    pxFilterC3(out.woven.data(), kW * 3, out.filtered.data(), kW * 3, {kW - 2, kH - 2}, blur, {3, 3}, {2, 2}, 16);
     out.level = pxGetLevel();
     out.cacheStatus = pxCacheSize(&out.cacheSize);
     pxGetFeatures(&out.features, nullptr);
