@@ -6,12 +6,7 @@
 #include <memory>
 #include <random>
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#endif
-
+#include "guarded_buffer.h"
 #include "kestrix/px.h"
 
 namespace kx_resize_test {
@@ -24,27 +19,11 @@ struct Image {
     int32_t w, h, step;
     size_t count;
     bool atFront;
-    std::shared_ptr<uint8_t> bytes;
+    std::shared_ptr<kx::test::GuardedBuffer> bytes;
     Image(int32_t width, int32_t height, int32_t pad = 0, bool front = false)
-        : w(width), h(height), step(3 * width + pad), count(size_t(step) * height), atFront(front) {
-        const size_t body = (count + 4095) / 4096 * 4096, total = body + 2 * 4096;
-        const size_t offset = atFront ? 4096 : 4096 + body - count;
-#if defined(_WIN32)
-        auto *base = static_cast<uint8_t *>(VirtualAlloc(nullptr, total, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-        DWORD old;
-        VirtualProtect(base, 4096, PAGE_NOACCESS, &old);
-        VirtualProtect(base + 4096 + body, 4096, PAGE_NOACCESS, &old);
-        bytes.reset(base + offset, [base](uint8_t *) { VirtualFree(base, 0, MEM_RELEASE); });
-#else
-        auto *base = static_cast<uint8_t *>(
-            mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base, 4096, PROT_NONE);
-        mprotect(base + 4096 + body, 4096, PROT_NONE);
-        bytes.reset(base + offset, [base, total](uint8_t *) { munmap(base, total); });
-#endif
-        std::memset(data(), kSentinel, count);
-    }
-    uint8_t *data() const { return bytes.get(); }
+        : w(width), h(height), step(3 * width + pad), count(size_t(step) * height), atFront(front),
+          bytes(std::make_shared<kx::test::GuardedBuffer>(count, kSentinel, front)) {}
+    uint8_t *data() const { return bytes->data(); }
     uint8_t *at(int32_t x, int32_t y) const { return data() + size_t(y) * step + 3 * x; }
     // Bytes outside the first dw x dh pixels that no longer hold the sentinel.
     int changedOutside(int32_t dw, int32_t dh) const {
