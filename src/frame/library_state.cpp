@@ -35,7 +35,11 @@ bool attachLibrary() {
     // The level comes first, before anything that could run a kernel; its status is information.
     pxChooseLevel();
     // The platform's class-library registration has no counterpart here, so nothing fails the load.
-    readSettings(settings);
+    try {
+        readSettings(settings);
+    } catch (...) {
+        // No memory for the path or a value: the settings not read keep their defaults.
+    }
     // 5,760,040 bytes, also the 8-aligned area of 1600 by 1200. Without it the first paint call
     // that resizes makes a block, or returns 0.
     FrameScratch = nullptr;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstddef>
-#include <exception>
 #include <cstring>
+#include <exception>
 #include <vector>
 
 #include "motion/motion_detector.h"
