@@ -1,0 +1,53 @@
+// Levels 1 and 2 of the edge-directed deinterlace: 16 columns at a time, the plain rule at a
+// row's ends. Every column is independent, so the bytes are the reference's.
+#include <tmmintrin.h>
+
+#include "kernels/colour/deinterlace_edge.h"
+
+namespace px {
+namespace {
+
+__m128i absDiff(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
+
+// All ones where a < b as unsigned bytes: where the larger of the two is not a.
+__m128i lessThan(__m128i a, __m128i b) {
+    return _mm_andnot_si128(_mm_cmpeq_epi8(_mm_max_epu8(a, b), a), _mm_set1_epi8(-1));
+}
+
+__m128i select(__m128i mask, __m128i ifSet, __m128i otherwise) {
+    return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, otherwise));
+}
+
+__m128i load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
+
+void rowSsse3(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst, int32_t width) {
+    dst[0] = base[0];
+    dst[width - 1] = base[width - 1];
+    int32_t x = 1;
+    // Columns x to x + 15 read x - 1 to x + 16, which must not pass the last column, width - 1.
+    for (; x + 16 <= width - 1; x += 16) {
+        const __m128i um = load(upper + x - 1), u0 = load(upper + x), up = load(upper + x + 1);
+        const __m128i lm = load(lower + x - 1), l0 = load(lower + x), lp = load(lower + x + 1);
+        const __m128i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
+        // The falling diagonal is the candidate only where it is strictly nearer than the rising
+        // one; either candidate must then beat the vertical strictly.
+        const __m128i fallingFirst = lessThan(dA, dB);
+        const __m128i falling = _mm_and_si128(fallingFirst, lessThan(dA, dV));
+        const __m128i rising = _mm_andnot_si128(fallingFirst, lessThan(dB, dV));
+        // The byte average rounds half up, as (p + q + 1) >> 1 does.
+        __m128i mean = _mm_avg_epu8(u0, l0);
+        mean = select(falling, _mm_avg_epu8(um, lp), mean);
+        mean = select(rising, _mm_avg_epu8(up, lm), mean);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + x), mean);
+    }
+    deinterlaceEdgeColumns(upper, lower, dst, x, width - 1);
+}
+
+}  // namespace
+
+PxStatus pxDeinterlaceEdge_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
+                                 int32_t field, int32_t copyLine) {
+    return deinterlaceEdgeRows(src, srcStep, dst, dstStep, size, field, copyLine, 1, rowSsse3);
+}
+
+}  // namespace px
