@@ -1,5 +1,5 @@
-// Level 4 of the edge-directed deinterlace: 32 columns at a time, then 16, then the plain rule at
-// the row's end. Every column is independent, so the bytes are the reference's.
+// Level 4 of the edge-directed deinterlace: 32 columns at a time, then the level 3 form for the
+// rest of the row. Every column is independent, so the bytes are the reference's.
 #include <immintrin.h>
 
 #include "kernels/colour/deinterlace_edge.h"
@@ -15,14 +15,6 @@ __m256i lessThan(__m256i a, __m256i b) {
 }
 
 __m256i load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)); }
-
-__m128i absDiff(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
-
-__m128i lessThan(__m128i a, __m128i b) {
-    return _mm_andnot_si128(_mm_cmpeq_epi8(_mm_max_epu8(a, b), a), _mm_set1_epi8(-1));
-}
-
-__m128i load16(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
 
 void rowAvx2(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst, int32_t width) {
     dst[0] = base[0];
@@ -41,20 +33,8 @@ void rowAvx2(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, ui
         mean = _mm256_blendv_epi8(mean, _mm256_avg_epu8(up, lm), rising);
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(dst + x), mean);
     }
-    if (x + 16 <= width - 1) {
-        const __m128i um = load16(upper + x - 1), u0 = load16(upper + x), up = load16(upper + x + 1);
-        const __m128i lm = load16(lower + x - 1), l0 = load16(lower + x), lp = load16(lower + x + 1);
-        const __m128i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
-        const __m128i fallingFirst = lessThan(dA, dB);
-        const __m128i falling = _mm_and_si128(fallingFirst, lessThan(dA, dV));
-        const __m128i rising = _mm_andnot_si128(fallingFirst, lessThan(dB, dV));
-        __m128i mean = _mm_avg_epu8(u0, l0);
-        mean = _mm_blendv_epi8(mean, _mm_avg_epu8(um, lp), falling);
-        mean = _mm_blendv_epi8(mean, _mm_avg_epu8(up, lm), rising);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + x), mean);
-        x += 16;
-    }
-    deinterlaceEdgeColumns(upper, lower, dst, x, width - 1);
+    // The rest, 16 columns at a time and then one by one, as level 3 does it.
+    deinterlaceEdgeColumnsSsse3(upper, lower, dst, x, width - 1);
 }
 
 }  // namespace

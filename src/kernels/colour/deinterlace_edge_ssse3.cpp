@@ -1,5 +1,6 @@
-// Levels 1 and 2 of the edge-directed deinterlace: 16 columns at a time, the plain rule at a
-// row's ends. Every column is independent, so the bytes are the reference's.
+// Levels 1 to 3 of the edge-directed deinterlace: 16 columns at a time, the plain rule at a row's
+// ends. Every column is independent, so the bytes are the reference's. SSE4.1's byte blend saves
+// too little here to be worth a form of its own.
 #include <tmmintrin.h>
 
 #include "kernels/colour/deinterlace_edge.h"
@@ -23,9 +24,14 @@ __m128i load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const _
 void rowSsse3(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst, int32_t width) {
     dst[0] = base[0];
     dst[width - 1] = base[width - 1];
-    int32_t x = 1;
-    // Columns x to x + 15 read x - 1 to x + 16, which must not pass the last column, width - 1.
-    for (; x + 16 <= width - 1; x += 16) {
+    deinterlaceEdgeColumnsSsse3(upper, lower, dst, 1, width - 1);
+}
+
+}  // namespace
+
+void deinterlaceEdgeColumnsSsse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x, int32_t x1) {
+    // Columns x to x + 15 read x - 1 to x + 16, which must not pass x1, the row's last column.
+    for (; x + 16 <= x1; x += 16) {
         const __m128i um = load(upper + x - 1), u0 = load(upper + x), up = load(upper + x + 1);
         const __m128i lm = load(lower + x - 1), l0 = load(lower + x), lp = load(lower + x + 1);
         const __m128i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
@@ -40,10 +46,8 @@ void rowSsse3(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, u
         mean = select(rising, _mm_avg_epu8(up, lm), mean);
         _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + x), mean);
     }
-    deinterlaceEdgeColumns(upper, lower, dst, x, width - 1);
+    deinterlaceEdgeColumns(upper, lower, dst, x, x1);
 }
-
-}  // namespace
 
 PxStatus pxDeinterlaceEdge_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                                  int32_t field, int32_t copyLine) {
