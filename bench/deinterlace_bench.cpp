@@ -2,11 +2,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
 #include "kestrix/px.h"
+#include "memcpy_yardstick.h"
 
 namespace {
 
@@ -30,20 +30,10 @@ void deinterlaceEdge(benchmark::State &state, int32_t level) {
     pxSetLevel(0);
 }
 
-void copyPlane(benchmark::State &state) {
-    const std::vector<uint8_t> src(kPlaneBytes, 1);
-    std::vector<uint8_t> dst(kPlaneBytes);
-    for (auto _ : state) {
-        std::memcpy(dst.data(), src.data(), kPlaneBytes);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kPlaneBytes));
-}
-
 BENCHMARK_CAPTURE(deinterlaceEdge, deinterlace_720x576_level0, 0)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(deinterlaceEdge, deinterlace_720x576_level2, 2)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(deinterlaceEdge, deinterlace_720x576_level3, 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(deinterlaceEdge, deinterlace_720x576_level4, 4)->Unit(benchmark::kMicrosecond);
-BENCHMARK(copyPlane)->Name("memcpy_720x576_plane")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(memcpyBytes, memcpy_720x576_plane, kPlaneBytes)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -2,11 +2,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
 #include "kestrix/px.h"
+#include "memcpy_yardstick.h"
 
 namespace {
 
@@ -51,19 +51,9 @@ void filterC3(benchmark::State &state, int32_t level) {
     });
 }
 
-void copyRegionBytes(benchmark::State &state) {
-    const std::vector<uint8_t> src(kRegionBytes, 1);
-    std::vector<uint8_t> dst(kRegionBytes);
-    for (auto _ : state) {
-        std::memcpy(dst.data(), src.data(), kRegionBytes);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kRegionBytes));
-}
-
 // Level 0 only for now: every slot of both tables holds the reference form.
 BENCHMARK_CAPTURE(sharpenC3, sharpen_638x478_level0, 0)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(filterC3, filter_638x478_level0, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK(copyRegionBytes)->Name("memcpy_638x478")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(memcpyBytes, memcpy_638x478, kRegionBytes)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

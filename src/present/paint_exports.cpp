@@ -30,9 +30,11 @@ struct PaintCall {
     int32_t useResizeTarget, wideText;
 };
 
-// The side of the 8-aligned image a window side is resized into, as the resize road computes it,
-// and 0 where that is not a positive size.
-int64_t alignedSide(int32_t side) { return std::max<int64_t>(wrap32(int64_t{side} + 7) / 8 * 8, 0); }
+// A window side rounded up to a multiple of 8, in the 32 bits the resize road computes it in.
+int32_t aligned8(int32_t side) { return wrap32(int64_t{side} + 7) / 8 * 8; }
+
+// The same as a size of the block, 0 where it is not a positive size.
+int64_t alignedSide(int32_t side) { return std::max<int64_t>(aligned8(side), 0); }
 
 // Grows the shared block when the window outgrows it. The other dimension follows the window
 // even if it is smaller, so the recorded sizes can fall. The block itself is made for the
@@ -85,16 +87,16 @@ void paintImage(platform::PaintDevice &device, platform::PaintContext dc, const 
                              static_cast<uint32_t>(call.height), bits, header, platform::kRgbColours);
 }
 
-// The resize road's target image: its header and row step.
-struct ResizeTarget {
+// The 8-aligned image the resize road writes and paints: its header and row step.
+struct AlignedImage {
     BITMAPINFOHEADER header;
     int32_t step;
 };
 
-ResizeTarget resizeTarget(const BITMAPINFOHEADER &frame, int32_t width, int32_t height) {
-    ResizeTarget target{frame, 0};
-    const int32_t alignedWidth = wrap32(int64_t{width} + 7) / 8 * 8;
-    const int32_t alignedHeight = wrap32(int64_t{height} + 7) / 8 * 8;
+AlignedImage alignedImage(const BITMAPINFOHEADER &frame, int32_t width, int32_t height) {
+    AlignedImage target{frame, 0};
+    const int32_t alignedWidth = aligned8(width);
+    const int32_t alignedHeight = aligned8(height);
     target.header.biWidth = alignedWidth;
     target.header.biHeight = alignedHeight;
     const uint64_t imageBits = uint64_t{target.header.biBitCount} * uint32_t(alignedHeight) * uint32_t(alignedWidth);
@@ -113,7 +115,7 @@ int32_t paintFrame(const PaintCall &call) {
     if (call.form == PaintForm::Decompress3 && call.resizeTarget && call.useResizeTarget) {
         fitImage = call.resizeTarget;  // the caller's, and sized by the caller
     }
-    const ResizeTarget target = resizeTarget(frame, call.width, call.height);
+    const AlignedImage target = alignedImage(frame, call.width, call.height);
     if (fit.road == Road::Resize && fitImage == FrameScratch) {
         // Make sure the block holds all that this frame's depth writes and paints, keeping what it
         // held: a column the resize leaves unwritten shows the block's old content.
