@@ -246,32 +246,4 @@ TEST(Resize, StrideFourKeepsTheFourthByte) {
     }
 }
 
-// Every level this processor runs gives the bytes of level 0: random content, widths around the
-// vector widths, padded and tight steps.
-TEST(Resize, EveryLevelMatchesLevelZero) {
-    struct Case { int32_t w, h, pad; PxRect rect; double fx, fy; };
-    std::vector<Case> cases = {{720, 20, 0, {0, 0, 720, 20}, 800.0 / 720.0, 600.0 / 576.0}};
-    for (int32_t w : {1, 2, 3, 5, 15, 16, 17, 31, 32, 33, 47, 64, 67}) {
-        cases.push_back({w, 9, 0, {0, 0, w, 9}, 1.9, 0.8});
-        cases.push_back({w, 9, 5, {0, 1, w, 7}, 0.55, 3.1});
-        cases.push_back({w + 3, 12, 1, {1, 2, w, 10}, 11.0 / 7.0, 1.0});
-    }
-    const int32_t saved = pxGetLevel();
-    for (const Case &c : cases) {
-        const Image src = randomImage(c.w, c.h, c.pad, uint32_t(c.w * 31 + c.pad));
-        for (int32_t in : {PxNearest, PxLinear, PxCubic, PxLanczos}) {
-            ASSERT_EQ(pxSetLevel(0), PxStsOk);
-            Image reference(1400, 40);
-            ASSERT_EQ(resize(src, c.rect, reference, c.fx, c.fy, in), PxStsOk);
-            for (int32_t level = 1; level <= 4; ++level) {
-                if (pxSetLevel(level) != PxStsOk) continue;  // not runnable here
-                Image out(1400, 40);
-                ASSERT_EQ(resize(src, c.rect, out, c.fx, c.fy, in), PxStsOk);
-                EXPECT_TRUE(same(out, reference)) << "level " << level << " width " << c.w << " interpolation " << in;
-            }
-        }
-    }
-    pxSetLevel(saved);
-}
-
 }  // namespace

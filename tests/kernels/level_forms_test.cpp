@@ -1,0 +1,208 @@
+// Every level form of every dispatched kernel against its reference, on random content. One row
+// per kernel and mode; each row runs at every level this processor can run, over widths 1 to 67
+// (around the 16- and 32-byte vector widths) and a few wide rows, with tight and padded steps.
+// Inputs and outputs end at a page boundary, so a read or write past the last byte a kernel may
+// touch faults; outputs start sentinel-filled, so the padding left alone is compared too.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "guarded_buffer.h"
+#include "kernels/colour/yuv420.h"
+#include "kestrix/px.h"
+
+namespace {
+
+using kx::test::GuardedBuffer;
+
+constexpr uint8_t kSentinel = 0xEE;
+
+struct Geometry {
+    int32_t width, height;
+    int32_t pad;  // bytes after each row
+};
+
+// A buffer of rows of rowBytes at rowBytes + pad apart, ending with the last row's last byte.
+struct Rows {
+    int32_t step;
+    GuardedBuffer buffer;
+    Rows(int32_t rowBytes, int32_t rows, int32_t pad, std::mt19937 *random)
+        : step(rowBytes + pad), buffer(rows > 0 ? size_t(step) * size_t(rows - 1) + size_t(rowBytes) : 1, kSentinel) {
+        if (random)
+            for (size_t i = 0; i < buffer.size(); ++i) buffer.data()[i] = uint8_t((*random)());
+    }
+    uint8_t *data() const { return buffer.data(); }
+    std::vector<uint8_t> bytes() const { return {buffer.data(), buffer.data() + buffer.size()}; }
+};
+
+// A kernel's run at the current level on inputs drawn from the seed: the status, then every byte of
+// every output buffer.
+using Run = std::function<std::vector<uint8_t>(const Geometry &, uint32_t seed)>;
+
+std::vector<uint8_t> withStatus(PxStatus status, std::vector<uint8_t> bytes) {
+    bytes.insert(bytes.begin(), uint8_t(status & 0xFF));
+    return bytes;
+}
+
+Run resizeRun(int32_t interpolation, double fx, double fy) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows src(3 * g.width, g.height, g.pad, &random);
+        // Room for the derived size and one more; what lies beyond it stays sentinel.
+        const int32_t dw = int32_t(g.width * fx) + 1, dh = int32_t(g.height * fy) + 1;
+        const Rows dst(3 * dw, dh, g.pad, nullptr);
+        const PxStatus status = pxResizeC3(src.data(), {g.width, g.height}, src.step, {0, 0, g.width, g.height},
+                                           dst.data(), dst.step, {dw, dh}, fx, fy, interpolation);
+        return withStatus(status, dst.bytes());
+    };
+}
+
+using RgbToYuv = PxStatus (*)(const uint8_t *, int32_t, uint8_t *const[3], const int32_t[3], PxSize);
+using YuvToRgb = PxStatus (*)(const uint8_t *const[3], const int32_t[3], uint8_t *, int32_t, PxSize);
+
+Run rgbToYuvRun(RgbToYuv convert) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows src(3 * g.width, g.height, g.pad, &random);
+        const Rows y(g.width, g.height, g.pad, nullptr), u(g.width / 2, g.height / 2, g.pad, nullptr),
+            v(g.width / 2, g.height / 2, g.pad, nullptr);
+        uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
+        const int32_t steps[3] = {y.step, u.step, v.step};
+        std::vector<uint8_t> out = withStatus(convert(src.data(), src.step, planes, steps, {g.width, g.height}), y.bytes());
+        for (const Rows *p : {&u, &v}) {
+            const std::vector<uint8_t> bytes = p->bytes();
+            out.insert(out.end(), bytes.begin(), bytes.end());
+        }
+        return out;
+    };
+}
+
+Run yuvToRgbRun(YuvToRgb convert) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows y(g.width, g.height, g.pad, &random), u(g.width / 2, g.height / 2, g.pad, &random),
+            v(g.width / 2, g.height / 2, g.pad, &random);
+        const Rows dst(3 * g.width, g.height, g.pad, nullptr);
+        const uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
+        const int32_t steps[3] = {y.step, u.step, v.step};
+        return withStatus(convert(planes, steps, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+    };
+}
+
+Run deinterlaceRun(int32_t field, int32_t copyLine) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        // One row more than the plane: without copyLine the kernel reads the row above it (field 0)
+        // or below it (field 1).
+        const Rows src(g.width, g.height + 1, g.pad, &random);
+        // Few distinct values, so that the three differences tie often and the tie-breaks are tried.
+        for (size_t i = 0; i < src.buffer.size(); ++i) src.data()[i] = uint8_t(src.data()[i] % 4 * 60);
+        const uint8_t *plane = field == 0 ? src.data() + src.step : src.data();
+        const Rows dst(g.width, g.height, g.pad, nullptr);
+        const PxStatus status =
+            pxDeinterlaceEdge(plane, src.step, dst.data(), dst.step, {g.width, g.height}, field, copyLine);
+        return withStatus(status, dst.bytes());
+    };
+}
+
+Run copyRun() {
+    return [](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows src(g.width, g.height, g.pad, &random);
+        const Rows dst(g.width, g.height, g.pad, nullptr);
+        return withStatus(pxCopyC1(src.data(), src.step, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+    };
+}
+
+struct KernelRow {
+    const char *name;
+    Run run;
+    // The levels-1-to-4 rule where it differs from level 0; empty: level 0 is the reference.
+    Run reference = nullptr;
+    int32_t minHeight = 1;
+    // Forms allowed to differ by one in a byte next to a half: at most this share of the bytes.
+    double shareOffByOne = 0.0;
+};
+
+const std::vector<KernelRow> &kernelRows() {
+    static const std::vector<KernelRow> rows = {
+        {"nearest enlarge", resizeRun(PxNearest, 800.0 / 720.0, 600.0 / 576.0)},
+        {"nearest shrink", resizeRun(PxNearest, 0.55, 0.4)},
+        {"linear enlarge", resizeRun(PxLinear, 800.0 / 720.0, 600.0 / 576.0)},
+        {"linear double", resizeRun(PxLinear, 2.0, 2.0)},
+        {"linear shrink", resizeRun(PxLinear, 0.55, 0.3)},
+        {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
+        {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},
+        {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
+        {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},
+        // Level 0 needs two rows; the others also take one.
+        {"deinterlace field 0", deinterlaceRun(0, 0), nullptr, 2},
+        {"deinterlace field 1 copy", deinterlaceRun(1, 1), nullptr, 2},
+        {"copy c1", copyRun()},
+    };
+    return rows;
+}
+
+std::vector<Geometry> geometries() {
+    std::vector<Geometry> list;
+    for (int32_t w = 1; w <= 67; ++w) {
+        list.push_back({w, 1 + w % 6, 0});
+        list.push_back({w, 2 + w % 3, 1 + w % 7});
+    }
+    for (int32_t w : {127, 128, 129, 255, 256, 257, 721}) list.push_back({w, 5, w % 5});
+    return list;
+}
+
+void expectSame(const std::vector<uint8_t> &got, const std::vector<uint8_t> &want, const KernelRow &row) {
+    ASSERT_EQ(got.size(), want.size());
+    ASSERT_EQ(got[0], want[0]) << "status";
+    size_t offByOne = 0;
+    for (size_t i = 0; i < got.size(); ++i) {
+        const int difference = std::abs(int(got[i]) - int(want[i]));
+        if (difference == 0) continue;
+        ASSERT_TRUE(difference == 1 && row.shareOffByOne > 0) << "byte " << i << ": " << int(got[i]) << " against "
+                                                                 << int(want[i]);
+        ++offByOne;
+    }
+    EXPECT_LE(double(offByOne), row.shareOffByOne * double(got.size()));
+}
+
+class LevelForms : public testing::TestWithParam<size_t> {};
+
+TEST_P(LevelForms, MatchTheirReference) {
+    const KernelRow &row = kernelRows()[GetParam()];
+    const int32_t saved = pxGetLevel();
+    uint32_t seed = 1;
+    for (const Geometry &g : geometries()) {
+        if (g.height < row.minHeight) continue;
+        SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " pad " << g.pad);
+        ++seed;
+        ASSERT_EQ(pxSetLevel(0), PxStsOk);
+        const std::vector<uint8_t> levelZero = row.run(g, seed);
+        const std::vector<uint8_t> want = row.reference ? row.reference(g, seed) : levelZero;
+        for (int32_t level = 1; level <= 4; ++level) {
+            if (pxSetLevel(level) != PxStsOk) continue;  // not runnable on this processor
+            SCOPED_TRACE(testing::Message() << "level " << level);
+            expectSame(row.run(g, seed), want, row);
+            if (HasFatalFailure()) break;
+        }
+        if (HasFatalFailure()) break;
+    }
+    pxSetLevel(saved);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kernels, LevelForms, testing::Range(size_t{0}, kernelRows().size()),
+                         [](const testing::TestParamInfo<size_t> &info) {
+                             std::string name = kernelRows()[info.param].name;
+                             for (char &c : name)
+                                 if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                             return name;
+                         });
+
+}  // namespace
