@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <random>
 #include <vector>
 
 #include "kernels/colour/levels.h"
