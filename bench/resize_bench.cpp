@@ -46,14 +46,20 @@ void resizeC3(benchmark::State &state, int32_t interpolation, int32_t width, int
     resizeC3From(state, kSource, interpolation, width, height, level);
 }
 
-// Level 0 only for now: every slot of the table holds the reference form.
 BENCHMARK_CAPTURE(resizeC3, linear_800x600_level0, PxLinear, 800, 600, 0)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, linear_800x600_level3, PxLinear, 800, 600, 3)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, linear_800x600_level4, PxLinear, 800, 600, 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level0, PxNearest, 800, 600, 0)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level3, PxNearest, 800, 600, 3)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level4, PxNearest, 800, 600, 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(resizeC3, cubic_800x600_level0, PxCubic, 800, 600, 0)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(resizeC3, lanczos_800x600_level0, PxLanczos, 800, 600, 0)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(memcpyBytes, memcpy_800x600, size_t{3} * 800 * 600)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level0, PxLinear, 1600, 1200, 0)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level3, PxLinear, 1600, 1200, 3)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level4, PxLinear, 1600, 1200, 4)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(resizeC3, nearest_1600x1200_level0, PxNearest, 1600, 1200, 0)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(resizeC3, nearest_1600x1200_level3, PxNearest, 1600, 1200, 3)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(memcpyBytes, memcpy_1600x1200, size_t{3} * 1600 * 1200)->Unit(benchmark::kMicrosecond);
 // Supersampling only shrinks: 1080p to a third, named by its output size for the memcpy beside it.
 BENCHMARK_CAPTURE(resizeC3From, super_640x360_from_1920x1080_level0, kFullHd, PxSuper, 640, 360, 0)

@@ -74,22 +74,20 @@ void pxLinearBlendSkip(uint8_t *dst, int32_t dstW, int32_t weight, const uint16_
     }
 }
 
-// Three channels: the engine refuses other channel counts, so the four-channel row pass is not
-// needed here.
-void pxLinearImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                   const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
-                   uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
+void linearWalk(const LinearPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight,
+                const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride,
+                int32_t channels) {
     auto horizontal = [&](const uint8_t *row, uint16_t *out) {
-        pxLinearRowC3(row, dstW, pixelStride, xIndex, xWeight, out);
+        passes.row(row, dstW, pixelStride, xIndex, xWeight, passes.plan, out);
     };
     auto vertical = [&](uint8_t *out, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
         if (pixelStride == channels) {
-            pxLinearBlend(out, dstW * channels, weight, upper, lower);
+            passes.blend(out, dstW * channels, weight, upper, lower);
         } else {
             pxLinearBlendSkip(out, dstW, weight, upper, lower);
         }
     };
-
     // Each source row passes through the horizontal pass once while it stays in the pair; moving
     // the pair on exchanges the buffers instead of copying them. yIndex entries are row numbers
     // times the step, so they rise with a positive step and fall with a negative one (bottom-up
@@ -126,6 +124,19 @@ void pxLinearImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t ds
             dst += dstStep;
         }
     }
+}
+
+// Three channels: the engine refuses other channel counts, so the four-channel row pass is not
+// needed here.
+void pxLinearImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                   const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
+                   uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
+    static constexpr LinearPasses kPasses = {
+        [](const uint8_t *row, int32_t w, int32_t stride, const int32_t *index, const uint16_t *weight, const void *,
+           uint16_t *out) { pxLinearRowC3(row, w, stride, index, weight, out); },
+        pxLinearBlend, nullptr};
+    linearWalk(kPasses, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yWeight, xWeight, bufferA, bufferB,
+               pixelStride, channels);
 }
 
 }  // namespace px

@@ -3,21 +3,28 @@
 
 namespace px {
 
-PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
-                        int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
+PxStatus resizeC3With(const ResizeImageFunctions &functions, const uint8_t *src, PxSize srcSize, int32_t srcStep,
+                      PxRect srcRect, uint8_t *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor,
+                      int32_t interpolation) {
     // srcRect is the entry's own copy: clipping never reaches the caller's record.
     if (interpolation == PxSuper && xFactor <= 1.0 && yFactor <= 1.0)
         return pxResizeSuper(src, srcSize, srcStep, &srcRect, dst, dstStep, dstSize, xFactor, yFactor, 3, 3, PxData8u,
                              0);
     // Everything else, supersampling with a factor above 1.0 included, goes to the engine.
-    return pxResizeEngine(src, srcSize.width, srcSize.height, srcStep, &srcRect, dst, dstStep, dstSize, xFactor,
-                          yFactor, 0.0, 0.0, 3, 3, PxData8u, 0, interpolation, 1);
+    return resizeEngine(functions, src, srcSize.width, srcSize.height, srcStep, &srcRect, dst, dstStep, dstSize,
+                        xFactor, yFactor, 0.0, 0.0, 3, 3, PxData8u, 0, interpolation, 1);
+}
+
+PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                        int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
+    return resizeC3With(kLevel0Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
+                        interpolation);
 }
 
 namespace {
-// The vector forms come later; every level runs the reference form until then.
-const DispatchTable<decltype(pxResizeC3_ref)> kResizeC3 = {pxResizeC3_ref, pxResizeC3_ref, pxResizeC3_ref,
-                                                           pxResizeC3_ref, pxResizeC3_ref};
+// SSE4.1 adds nothing that the passes use, so level 3 runs the SSSE3 form.
+const DispatchTable<decltype(pxResizeC3_ref)> kResizeC3 = {pxResizeC3_ref, pxResizeC3_ssse3, pxResizeC3_ssse3,
+                                                           pxResizeC3_ssse3, pxResizeC3_avx2};
 }  // namespace
 
 }  // namespace px

@@ -54,8 +54,21 @@ PxStatus pxResizeSuper(const void *src, PxSize srcSize, int32_t srcStep, PxRect 
                        PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride, int32_t channels,
                        int32_t dataType, int32_t planar);
 
-// The level-0 form of pxResizeC3.
+// The image functions of level 0.
+extern const ResizeImageFunctions kLevel0Images;
+
+// pxResizeC3 with a level's image functions: supersampling shrinks go to the area-averaging engine,
+// everything else to the general one.
+PxStatus resizeC3With(const ResizeImageFunctions &functions, const uint8_t *src, PxSize srcSize, int32_t srcStep,
+                      PxRect srcRect, uint8_t *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor,
+                      int32_t interpolation);
+
+// The forms of pxResizeC3: level 0, levels 1 to 3 (SSSE3) and level 4 (AVX2).
 PxStatus pxResizeC3_ref(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation);
+PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                          int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation);
+PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation);
 
 }  // namespace px

@@ -42,6 +42,21 @@ void pxLinearBlend(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *
 // Vertical pass for three channels at a pixel stride of 4; the fourth byte keeps what it held.
 void pxLinearBlendSkip(uint8_t *dst, int32_t dstW, int32_t weight, const uint16_t *upper, const uint16_t *lower);
 
+// The two passes of linear interpolation as one level has them. A level may work out once per
+// call how it gathers the columns (plan); its row pass gets that with every row.
+struct LinearPasses {
+    void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const uint16_t *xWeight,
+                const void *plan, uint16_t *out);
+    void (*blend)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
+    const void *plan;
+};
+
+// The rolling pair of rows of pxLinearImage with a level's passes; every level walks alike.
+void linearWalk(const LinearPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight,
+                const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride,
+                int32_t channels);
+
 // Cubic interpolation over a ring of four intermediate rows of floats (rows[0] to rows[3], each
 // 3 * dstW + 12 floats).
 void pxCubicImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,

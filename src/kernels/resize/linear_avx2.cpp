@@ -1,0 +1,57 @@
+// Level 4 of linear interpolation: the vertical pass 32 samples at a time in 256-bit registers; the
+// row pass is the SSSE3 one. Same constants and shifts as every level, so the same bytes.
+#include <immintrin.h>
+
+#include "kernels/resize/linear_forms.h"
+#include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_image.h"
+
+namespace px {
+namespace {
+
+// Sixteen samples: (u * (16384 - w) + l * w + 524288) >> 20. Unpacking and packing both stay
+// within 128-bit halves, so the sixteen results come out in order.
+inline __m256i blendSixteen(const uint16_t *upper, const uint16_t *lower, __m256i weights, __m256i half) {
+    const __m256i u = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(upper));
+    const __m256i l = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(lower));
+    const __m256i low =
+        _mm256_srai_epi32(_mm256_add_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(u, l), weights), half), 20);
+    const __m256i high =
+        _mm256_srai_epi32(_mm256_add_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(u, l), weights), half), 20);
+    return _mm256_packs_epi32(low, high);
+}
+
+void linearBlendAvx2(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
+    const __m256i weights = _mm256_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(weight) << 16) |
+                                                                   static_cast<uint32_t>(16384 - weight)));
+    const __m256i half = _mm256_set1_epi32(524288);
+    int32_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        // The byte pack interleaves the halves of its two inputs; the permute puts them back in order.
+        const __m256i bytes = _mm256_packus_epi16(blendSixteen(upper + i, lower + i, weights, half),
+                                                  blendSixteen(upper + i + 16, lower + i + 16, weights, half));
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(dst + i), _mm256_permute4x64_epi64(bytes, 0xD8));
+    }
+    _mm256_zeroupper();
+    if (i < count) linearBlendSsse3(dst + i, count - i, weight, upper + i, lower + i);
+}
+
+void linearImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                     const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
+                     uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
+    linearImageWithPlan(linearRowC3Ssse3, linearBlendAvx2, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
+                        yWeight, xWeight, bufferA, bufferB, pixelStride, channels);
+}
+
+constexpr ResizeImageFunctions kAvx2Images = {pxNearestImage, linearImageAvx2, pxCubicImage, pxLanczosImage,
+                                              pxResizeCoefficients};
+
+}  // namespace
+
+PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
+    return resizeC3With(kAvx2Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
+                        interpolation);
+}
+
+}  // namespace px

@@ -1,0 +1,33 @@
+// The vector passes of linear interpolation, and what their forms share. The SSSE3 passes serve
+// levels 1 to 3; level 4 runs their row pass, which gathers four columns at a time and gains
+// nothing from wider registers.
+#pragma once
+
+#include <cstdint>
+
+namespace px {
+
+using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                               const uint16_t *xWeight, const void *plan, uint16_t *out);
+using LinearBlendPass = void (*)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper,
+                                 const uint16_t *lower);
+
+// The plan of the SSSE3 row pass: for each group of four columns, whether one sixteen-byte load
+// holds all its pixels, and then the shuffles and weights that gather them.
+int32_t linearPlanBytes(int32_t dstW);
+void linearMakePlan(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride, void *plan);
+
+// Horizontal pass, four columns at a time (by the plan where it has one); the rest by the plain rule.
+void linearRowC3Ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                      const uint16_t *xWeight, const void *plan, uint16_t *out);
+
+// Vertical pass, 32 samples at a time, then 8, then the plain rule.
+void linearBlendSsse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
+
+// The rolling walk with these passes and the row pass's plan, made for the call and freed after it.
+void linearImageWithPlan(LinearRowPass row, LinearBlendPass blend, const uint8_t *src, uint8_t *dst, int32_t srcStep,
+                         int32_t dstStep, int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex,
+                         const uint16_t *yWeight, const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB,
+                         int32_t pixelStride, int32_t channels);
+
+}  // namespace px
