@@ -5,8 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include "exposure/luminance.h"
 #include "frame/library_state.h"
 #include "kestrix.h"
+#include "kestrix/px.h"
 
 namespace {
 
@@ -53,6 +55,27 @@ TEST(BmpGetYDc, NoWholePixelGivesZeroAndPartOfOneIsNotRead) {
             << testing::PrintToString(row.pixels);
     }
     EXPECT_EQ(BmpGetYDc(nullptr, 300), 0);
+}
+
+// The vector sum against the plain one for every one of the 2^24 pixels: each pixel fills two groups
+// of sixteen, so that it stands in every lane of the vector path, and a tail of three that the plain
+// rule takes.
+TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
+    const int32_t saved = pxGetLevel();
+    if (pxSetLevel(1) != PxStsOk) GTEST_SKIP() << "no SSSE3 here";
+    pxSetLevel(saved);
+    uint8_t run[3 * 35];
+    uint32_t mismatches = 0;
+    for (uint32_t rgb = 0; rgb < (1u << 24); ++rgb) {
+        for (uint32_t k = 0; k < sizeof run / 3; ++k) {
+            run[3 * k] = static_cast<uint8_t>(rgb >> 16);
+            run[3 * k + 1] = static_cast<uint8_t>(rgb >> 8);
+            run[3 * k + 2] = static_cast<uint8_t>(rgb);
+        }
+        const uint32_t want = 35 * uint32_t{kx::lumaOfPixel(run)};
+        if (kx::lumaSumSsse3(run, 35) != want) ++mismatches;
+    }
+    EXPECT_EQ(mismatches, 0u);
 }
 
 // A null variable makes any stepper a call that moves nothing and reports 0; the others keep their
