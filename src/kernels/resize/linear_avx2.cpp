@@ -2,8 +2,7 @@
 // row pass is the SSSE3 one. Same constants and shifts as every level, so the same bytes.
 #include <immintrin.h>
 
-#include "kernels/resize/linear_forms.h"
-#include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -36,22 +35,13 @@ void linearBlendAvx2(uint8_t *dst, int32_t count, int32_t weight, const uint16_t
     if (i < count) linearBlendSsse3(dst + i, count - i, weight, upper + i, lower + i);
 }
 
+}  // namespace
+
 void linearImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                      const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
                      uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
     linearImageWithPlan(linearRowC3Ssse3, linearBlendAvx2, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
                         yWeight, xWeight, bufferA, bufferB, pixelStride, channels);
-}
-
-constexpr ResizeImageFunctions kAvx2Images = {pxNearestImage, linearImageAvx2, pxCubicImage, pxLanczosImage,
-                                              pxResizeCoefficients};
-
-}  // namespace
-
-PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
-                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
-    return resizeC3With(kAvx2Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
-                        interpolation);
 }
 
 }  // namespace px

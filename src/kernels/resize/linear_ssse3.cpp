@@ -4,8 +4,7 @@
 // and gives the bytes of level 0.
 #include <tmmintrin.h>
 
-#include "kernels/resize/linear_forms.h"
-#include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -173,24 +172,11 @@ void linearImageWithPlan(LinearRowPass row, LinearBlendPass blend, const uint8_t
     pxFree(plan);
 }
 
-namespace {
-
 void linearImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                       const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
                       uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
     linearImageWithPlan(linearRowC3Ssse3, linearBlendSsse3, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
                         yWeight, xWeight, bufferA, bufferB, pixelStride, channels);
-}
-
-constexpr ResizeImageFunctions kSsse3Images = {pxNearestImage, linearImageSsse3, pxCubicImage, pxLanczosImage,
-                                               pxResizeCoefficients};
-
-}  // namespace
-
-PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
-                          int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
-    return resizeC3With(kSsse3Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
-                        interpolation);
 }
 
 }  // namespace px

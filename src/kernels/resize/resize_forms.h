@@ -1,6 +1,6 @@
-// The vector passes of linear interpolation, and what their forms share. The SSSE3 passes serve
-// levels 1 to 3; level 4 runs their row pass, which gathers four columns at a time and gains
-// nothing from wider registers.
+// The vector image functions of the resize and what their forms share. The SSSE3 ones serve levels
+// 1 to 3; level 4 runs the nearest copy and the linear row pass of SSSE3, which gather a few
+// columns at a time and gain nothing from wider registers, and blends in 256-bit registers.
 #pragma once
 
 #include <cstdint>
@@ -29,5 +29,17 @@ void linearImageWithPlan(LinearRowPass row, LinearBlendPass blend, const uint8_t
                          int32_t dstStep, int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex,
                          const uint16_t *yWeight, const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB,
                          int32_t pixelStride, int32_t channels);
+
+// The linear image functions of levels 1 to 3 and of level 4.
+void linearImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                      const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
+                      uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+void linearImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                     const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
+                     uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+
+// Nearest, five output pixels per byte shuffle where their source pixels lie in sixteen bytes.
+void nearestImageSsse3(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
+                       const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
 
 }  // namespace px

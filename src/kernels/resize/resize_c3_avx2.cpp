@@ -1,0 +1,18 @@
+// pxResizeC3 at level 4: the linear blend in 256-bit registers, the rest as at level 3.
+#include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_forms.h"
+#include "kernels/resize/resize_image.h"
+
+namespace px {
+namespace {
+constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, pxCubicImage, pxLanczosImage,
+                                              pxResizeCoefficients};
+}  // namespace
+
+PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                         int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
+    return resizeC3With(kAvx2Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
+                        interpolation);
+}
+
+}  // namespace px

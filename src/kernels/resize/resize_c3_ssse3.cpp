@@ -1,0 +1,19 @@
+// pxResizeC3 at levels 1 to 3: the vector nearest and linear image functions; cubic, Lanczos and
+// supersampling run their plain forms.
+#include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_forms.h"
+#include "kernels/resize/resize_image.h"
+
+namespace px {
+namespace {
+constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, pxCubicImage, pxLanczosImage,
+                                               pxResizeCoefficients};
+}  // namespace
+
+PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
+                          int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
+    return resizeC3With(kSsse3Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
+                        interpolation);
+}
+
+}  // namespace px
