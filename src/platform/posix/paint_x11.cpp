@@ -5,6 +5,7 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -398,10 +399,13 @@ private:
             const int32_t column = sourceLeft + (x0 - left);
             for (int32_t y0 = top; y0 < top + height; y0 += rowsPerTile) {
                 const int32_t h = std::min(rowsPerTile, top + height - y0);
-                data.assign(stride * static_cast<size_t>(h), 0);
+                // Every pixel byte is written by the conversion; only a row's padding needs zeros.
+                data.resize(stride * static_cast<size_t>(h));
+                const size_t pixelBytes = static_cast<size_t>(w) * bytes;
                 for (int32_t row = 0; row < h; ++row) {
-                    convertRow(sourceRow(y0 + row), column, w, bitCount, format,
-                               data.data() + stride * static_cast<size_t>(row));
+                    uint8_t *out = data.data() + stride * static_cast<size_t>(row);
+                    convertRow(sourceRow(y0 + row), column, w, bitCount, format, out);
+                    std::memset(out + pixelBytes, 0, stride - pixelBytes);
                 }
                 xcb_put_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, dc.window, dc.gc, static_cast<uint16_t>(w),
                               static_cast<uint16_t>(h), static_cast<int16_t>(x0), static_cast<int16_t>(y0), 0, dc.depth,
@@ -416,7 +420,18 @@ private:
         if (format.bgrx && bitCount == 24) {
             // The common case, a 24-bit frame on a 24-bit TrueColor screen: bytes in place.
             const uint8_t *in = row + 3 * static_cast<size_t>(x);
-            for (int32_t i = 0; i < count; ++i, in += 3, out += 4) {
+            int32_t i = 0;
+            if constexpr (std::endian::native == std::endian::little) {
+                // Four bytes at a time with the fourth cleared: the byte read past each pixel is the
+                // next pixel's first, so the last pixel is copied on its own.
+                for (; i + 1 < count; ++i, in += 3, out += 4) {
+                    uint32_t pixel;
+                    std::memcpy(&pixel, in, 4);
+                    pixel &= 0x00FFFFFFu;
+                    std::memcpy(out, &pixel, 4);
+                }
+            }
+            for (; i < count; ++i, in += 3, out += 4) {
                 out[0] = in[0];
                 out[1] = in[1];
                 out[2] = in[2];
