@@ -61,8 +61,8 @@ else
   run "$pc/px_example"
   # The static archive, with the private libraries the .pc names for it.
   # shellcheck disable=SC2046
-  $cc -o "$pc/px_example_static" "$example" $(pkg-config --cflags kestrix-px) \
-      "$prefix/lib/libkestrix-px.a" $(pkg-config --libs-only-l --static kestrix-px | sed 's/-lkestrix-px//')
+  $cc -o "$pc/px_example_static" "$example" $(pkg-config --cflags --libs-only-L kestrix-px) -l:libkestrix-px.a \
+      $(pkg-config --libs-only-l --static kestrix-px | sed 's/-lkestrix-px//')
   run "$pc/px_example_static"
 fi
 echo "consumers of the $form install: ok"
