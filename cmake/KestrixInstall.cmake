@@ -1,7 +1,8 @@
 # What `cmake --install` lays down, and the tarballs CPack makes of it (`--target package`).
 #
 # Linux:   include/, lib/libkestrix.so and lib/libkestrix-px.so (versioned, with SONAME),
-#          lib/libkestrix-px.a, lib/cmake/Kestrix, lib/pkgconfig/kestrix.pc and kestrix-px.pc, bin/kestrix-levels.
+#          lib/libkestrix-px.a, lib/cmake/Kestrix, lib/pkgconfig/kestrix.pc and kestrix-px.pc,
+#          bin/kestrix-levels.
 # Windows: include/, bin/Kestrix.dll, lib/libKestrix.dll.a (import library), lib/Kestrix.def,
 #          lib/libkestrix-px.a, lib/cmake/Kestrix, lib/pkgconfig, bin/kestrix-levels.exe.
 include(GNUInstallDirs)
@@ -11,8 +12,7 @@ set(KX_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Kestrix)
 set(KX_PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # find_package(Kestrix) names the exports Kestrix::kestrix and the kernels Kestrix::px: the shared
-# kernel library where there is one, the static one on Windows (where Kestrix::px_static is the same).
-set_target_properties(kestrix PROPERTIES EXPORT_NAME kestrix)
+# kernel library where there is one, with the archive as Kestrix::px_static; on Windows the archive.
 set(kx_installed_targets kestrix kestrix-px)
 if(TARGET kestrix-px-shared)
   set_target_properties(kestrix-px-shared PROPERTIES EXPORT_NAME px)

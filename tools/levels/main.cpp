@@ -68,8 +68,9 @@ Image bmpImage(const char *path, std::string &error) {
         return {};
     }
     const int32_t height = rawHeight < 0 ? -rawHeight : rawHeight;
-    if (width < 1 || height < 1 || width > 32768 || height > 32768) {
-        error = "image size out of range";
+    // The filters' regions keep a one-pixel margin inside the image: 3 x 3 is the least.
+    if (width < 3 || height < 3 || width > 32768 || height > 32768) {
+        error = "image size out of range (3 x 3 to 32768 x 32768)";
         return {};
     }
     const size_t fileStep = (static_cast<size_t>(width) * 24 + 31) / 32 * 4;
