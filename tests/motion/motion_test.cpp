@@ -234,6 +234,23 @@ TEST(MotionCompare, MotionLastsWhileFramesDifferAndStopsOnTheFirstStillOne) {
     }
 }
 
+// A buffer written top row first, as the paint calls show it: memory rows 8 to 19 are watched by
+// the zone mirrored about the frame's height, {8, 64 - 20, 24, 64 - 8}, not by the rectangle that
+// outlines them. The change stands at memory row 15, image row 48 of the bottom-up frame.
+TEST(MotionCompare, ZonesOfATopDownBufferAreMirroredAboutTheHeight) {
+    const struct { const char *what; RECT zone; uint8_t mask; } cases[] = {
+        {"mirrored: image rows 44 to 55", {8, 44, 24, 56}, 1},
+        {"as painted: memory rows 44 to 55", {8, 8, 24, 20}, 0},
+    };
+    for (const auto &c : cases) {
+        Detector detector;
+        detector.init(9, {c.zone});
+        Frame frame(64, 64);
+        detector.prime(frame);
+        frame.pixels[size_t(15 * frame.step + 8 * 3)] = 200;
+        EXPECT_EQ(detector.feed(frame), c.mask) << c.what;
+    }
+}
 
 // A frame exactly as large as its header says, ending at a no-access page: a read past its end
 // faults. Bottom-up rows padded to 32 bits; at(x, y) counts y from the top.
