@@ -34,8 +34,8 @@ int main(void) {
     const PxRect whole = {0, 0, W, H};
     int row;
 
-    /* The kernel library on its own starts at level 0, the reference forms; Kestrix.dll and
-     * libkestrix.so make this call when they load. */
+    /* The shared libraries make this call when they load; a program linked with the static
+     * archive starts at level 0, the reference forms, until it makes it. */
     pxChooseLevel();
 
     /* Grey 100 with a white square on 16..31 x 16..31. */

@@ -9,8 +9,8 @@
  * first. Sizes are passed by value.
  *
  * Each dispatched kernel exists in forms for several processor levels; pxChooseLevel picks one.
- * Kestrix.dll and libkestrix.so call it when they load. The kernel library on its own does not:
- * it runs level 0, the reference forms, until its client calls pxChooseLevel.
+ * Kestrix.dll, libkestrix.so and libkestrix-px.so call it when they load. The static archive
+ * cannot: a program linked with it runs level 0, the reference forms, until it calls pxChooseLevel.
  *
  * Threads: every kernel may run on any thread at the same time as any other, on different output.
  * pxChooseLevel and pxSetLevel change the one process-wide level: call them before other threads

@@ -220,8 +220,8 @@ int main(int argc, char **argv) {
         in = generatedImage(width, height);
     }
 
-    // The kernel library alone chooses no level; Kestrix.dll and libkestrix.so call this when
-    // they load, so its choice is the level their exports run at.
+    // The shared libraries make this call when they load, and the static archive (the Windows form
+    // of this tool) does not, so the tool makes it itself: its choice is the level the exports run at.
     const PxStatus chooseStatus = pxChooseLevel();
     const int32_t loadLevel = pxGetLevel();
     uint64_t features = 0;
