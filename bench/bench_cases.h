@@ -23,6 +23,9 @@ namespace kx::bench {
 // each vector form a tail.
 inline constexpr PxSize kFrameSizes[] = {{352, 288}, {720, 576}, {1280, 720}, {1920, 1080}, {717, 576}};
 
+// Bytes of a packed three-channel image with tight rows.
+inline size_t bytesC3(PxSize size) { return size_t{3} * size.width * size.height; }
+
 inline std::string sizeName(PxSize size) { return std::to_string(size.width) + "x" + std::to_string(size.height); }
 
 // Random bytes, made once per length: a batch should time the kernel, not the filling of its input.

@@ -42,8 +42,6 @@ struct Planes {
     int32_t steps[3] = {yStep, cStep, cStep};
 };
 
-size_t bytesC3(PxSize size) { return size_t{3} * size.width * size.height; }
-
 void rgbToYuv(benchmark::State &state, PxSize size) {
     const std::vector<uint8_t> &rgb = randomBytes(bytesC3(size));
     Planes planes(size);

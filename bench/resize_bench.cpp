@@ -27,8 +27,6 @@ struct Scaling {
 constexpr Scaling kScalings[] = {{{352, 288}, {800, 600}},  {{720, 576}, {800, 600}},  {{720, 576}, {1600, 1200}},
                                  {{1280, 720}, {800, 600}}, {{1920, 1080}, {800, 600}}, {{717, 576}, {799, 600}}};
 
-size_t bytesC3(PxSize size) { return size_t{3} * size.width * size.height; }
-
 void resizeC3(benchmark::State &state, Scaling s, int32_t interpolation) {
     const std::vector<uint8_t> &src = randomBytes(bytesC3(s.from));
     std::vector<uint8_t> dst(bytesC3(s.to));
