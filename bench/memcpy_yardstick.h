@@ -1,5 +1,5 @@
 // The yardstick beside every case: a memcpy of the bytes the case writes, measured in the same run,
-// so that each figure reads as a ratio (scripts/bench pairs them by the WxH in their names).
+// so that each figure reads as a ratio (scripts/bench pairs them by the case in their names).
 #pragma once
 
 #include <benchmark/benchmark.h>

@@ -1,69 +1,102 @@
-// pxResizeC3 on the painting road's sizes, and supersampling on a 1080p shrink, with a memcpy of the
-// same output bytes beside each case.
-#include <benchmark/benchmark.h>
-
+// pxResizeC3: nearest and linear on camera frames scaled to the painting window, beside libyuv's
+// RGBScale and OpenCV's cv::resize doing the same scaling; cubic, Lanczos and supersampling on
+// their own. A memcpy of the output bytes sits beside each case.
 #include <cstdint>
-#include <random>
+#include <string>
 #include <vector>
 
+#include "bench_cases.h"
 #include "kestrix/px.h"
-#include "memcpy_yardstick.h"
 
+#if defined(KX_BENCH_LIBYUV)
+#include <libyuv/scale_rgb.h>
+#endif
+#if defined(KX_BENCH_OPENCV)
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
+
+namespace kx::bench {
 namespace {
 
-constexpr PxSize kSource{720, 576};
-constexpr PxSize kFullHd{1920, 1080};
+struct Scaling {
+    PxSize from, to;
+};
 
-std::vector<uint8_t> randomBytes(size_t count) {
-    std::vector<uint8_t> bytes(count);
-    std::mt19937 random(7);
-    for (uint8_t &b : bytes) b = static_cast<uint8_t>(random());
-    return bytes;
+// A camera frame of each size into the 800x600 window of the client's frame, and D1 doubled.
+constexpr Scaling kScalings[] = {{{352, 288}, {800, 600}},  {{720, 576}, {800, 600}},  {{720, 576}, {1600, 1200}},
+                                 {{1280, 720}, {800, 600}}, {{1920, 1080}, {800, 600}}, {{717, 576}, {799, 600}}};
+
+void resizeC3(benchmark::State &state, Scaling s, int32_t interpolation) {
+    const std::vector<uint8_t> &src = randomBytes(bytesC3(s.from));
+    std::vector<uint8_t> dst(bytesC3(s.to));
+    const PxRect rect{0, 0, s.from.width, s.from.height};
+    const double fx = static_cast<double>(s.to.width) / s.from.width;
+    const double fy = static_cast<double>(s.to.height) / s.from.height;
+    timeCalls(state, dst.size(), [&] {
+        benchmark::DoNotOptimize(pxResizeC3(src.data(), s.from, 3 * s.from.width, rect, dst.data(), 3 * s.to.width,
+                                            s.to, fx, fy, interpolation));
+    });
 }
 
-void resizeC3From(benchmark::State &state, PxSize source, int32_t interpolation, int32_t width, int32_t height,
-                  int32_t level) {
-    if (pxSetLevel(level) != PxStsOk) {
-        state.SkipWithError("level not runnable here");
-        return;
+#if defined(KX_BENCH_LIBYUV)
+void libyuvScale(benchmark::State &state, Scaling s, libyuv::FilterMode filter) {
+    const std::vector<uint8_t> &src = randomBytes(bytesC3(s.from));
+    std::vector<uint8_t> dst(bytesC3(s.to));
+    timeCalls(state, dst.size(), [&] {
+        benchmark::DoNotOptimize(libyuv::RGBScale(src.data(), 3 * s.from.width, s.from.width, s.from.height,
+                                                  dst.data(), 3 * s.to.width, s.to.width, s.to.height, filter));
+    });
+}
+#endif
+
+#if defined(KX_BENCH_OPENCV)
+void opencvResize(benchmark::State &state, Scaling s, int interpolation) {
+    cv::setNumThreads(0);  // the calling thread only, as Kestrix works
+    // cv::Mat wants a writable pointer even for an input it only reads.
+    const cv::Mat src(s.from.height, s.from.width, CV_8UC3, const_cast<uint8_t *>(randomBytes(bytesC3(s.from)).data()));
+    std::vector<uint8_t> dstBytes(bytesC3(s.to));
+    cv::Mat dst(s.to.height, s.to.width, CV_8UC3, dstBytes.data());
+    timeCalls(state, dstBytes.size(), [&] { cv::resize(src, dst, dst.size(), 0, 0, interpolation); });
+}
+#endif
+
+std::string groupName(const char *kernel, Scaling s) {
+    return std::string(kernel) + "/" + sizeName(s.from) + "_to_" + sizeName(s.to);
+}
+
+void addKestrix(const std::string &group, Scaling s, int32_t interpolation) {
+    addLevels(group, [=](benchmark::State &state) { resizeC3(state, s, interpolation); });
+    addMemcpy(group, bytesC3(s.to));
+}
+
+// Nearest and linear with the peers' filters of the same name.
+void addWithPeers(const char *kernel, Scaling s, int32_t interpolation) {
+    const std::string group = groupName(kernel, s);
+    addKestrix(group, s, interpolation);
+#if defined(KX_BENCH_LIBYUV)
+    const libyuv::FilterMode filter = interpolation == PxNearest ? libyuv::kFilterNone : libyuv::kFilterBilinear;
+    add(group + "/libyuv", [=](benchmark::State &state) { libyuvScale(state, s, filter); });
+#endif
+#if defined(KX_BENCH_OPENCV)
+    const int cvInterpolation = interpolation == PxNearest ? cv::INTER_NEAREST : cv::INTER_LINEAR;
+    add(group + "/opencv", [=](benchmark::State &state) { opencvResize(state, s, cvInterpolation); });
+#endif
+}
+
+const bool registered = [] {
+    for (const Scaling &s : kScalings) {
+        addWithPeers("nearest", s, PxNearest);
+        addWithPeers("linear", s, PxLinear);
     }
-    const std::vector<uint8_t> src = randomBytes(size_t{3} * source.width * source.height);
-    std::vector<uint8_t> dst(size_t{3} * width * height);
-    const PxRect rect{0, 0, source.width, source.height};
-    const double fx = static_cast<double>(width) / source.width;
-    const double fy = static_cast<double>(height) / source.height;
-    for (auto _ : state) {
-        const PxStatus status = pxResizeC3(src.data(), source, 3 * source.width, rect, dst.data(), 3 * width,
-                                           {width, height}, fx, fy, interpolation);
-        benchmark::DoNotOptimize(status);
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(dst.size()));
-    pxSetLevel(0);
-}
-
-void resizeC3(benchmark::State &state, int32_t interpolation, int32_t width, int32_t height, int32_t level) {
-    resizeC3From(state, kSource, interpolation, width, height, level);
-}
-
-BENCHMARK_CAPTURE(resizeC3, linear_800x600_level0, PxLinear, 800, 600, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, linear_800x600_level3, PxLinear, 800, 600, 3)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, linear_800x600_level4, PxLinear, 800, 600, 4)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level0, PxNearest, 800, 600, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level3, PxNearest, 800, 600, 3)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, nearest_800x600_level4, PxNearest, 800, 600, 4)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, cubic_800x600_level0, PxCubic, 800, 600, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, lanczos_800x600_level0, PxLanczos, 800, 600, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(memcpyBytes, memcpy_800x600, size_t{3} * 800 * 600)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level0, PxLinear, 1600, 1200, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level3, PxLinear, 1600, 1200, 3)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, linear_1600x1200_level4, PxLinear, 1600, 1200, 4)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, nearest_1600x1200_level0, PxNearest, 1600, 1200, 0)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(resizeC3, nearest_1600x1200_level3, PxNearest, 1600, 1200, 3)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(memcpyBytes, memcpy_1600x1200, size_t{3} * 1600 * 1200)->Unit(benchmark::kMicrosecond);
-// Supersampling only shrinks: 1080p to a third, named by its output size for the memcpy beside it.
-BENCHMARK_CAPTURE(resizeC3From, super_640x360_from_1920x1080_level0, kFullHd, PxSuper, 640, 360, 0)
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(memcpyBytes, memcpy_640x360, size_t{3} * 640 * 360)->Unit(benchmark::kMicrosecond);
+    // No vector forms yet, and no peer with the same filter: the road's size only.
+    addKestrix(groupName("cubic", kScalings[1]), kScalings[1], PxCubic);
+    addKestrix(groupName("lanczos", kScalings[1]), kScalings[1], PxLanczos);
+    // Supersampling only shrinks: 1080p to a third.
+    const Scaling third{{1920, 1080}, {640, 360}};
+    addKestrix(groupName("super", third), third, PxSuper);
+    return true;
+}();
 
 }  // namespace
+}  // namespace kx::bench
