@@ -42,7 +42,8 @@ struct Rows {
 };
 
 // A kernel's run at the current level on inputs drawn from the seed: the status, then every byte of
-// every output buffer.
+// every output buffer. Runs take the status before the bytes: as two arguments of one call, the
+// bytes could be copied before the kernel has written them.
 using Run = std::function<std::vector<uint8_t>(const Geometry &, uint32_t seed)>;
 
 std::vector<uint8_t> withStatus(PxStatus status, std::vector<uint8_t> bytes) {
@@ -74,7 +75,8 @@ Run rgbToYuvRun(RgbToYuv convert) {
             v(g.width / 2, g.height / 2, g.pad, nullptr);
         uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
         const int32_t steps[3] = {y.step, u.step, v.step};
-        std::vector<uint8_t> out = withStatus(convert(src.data(), src.step, planes, steps, {g.width, g.height}), y.bytes());
+        const PxStatus status = convert(src.data(), src.step, planes, steps, {g.width, g.height});
+        std::vector<uint8_t> out = withStatus(status, y.bytes());
         for (const Rows *p : {&u, &v}) {
             const std::vector<uint8_t> bytes = p->bytes();
             out.insert(out.end(), bytes.begin(), bytes.end());
@@ -91,7 +93,8 @@ Run yuvToRgbRun(YuvToRgb convert) {
         const Rows dst(3 * g.width, g.height, g.pad, nullptr);
         const uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
         const int32_t steps[3] = {y.step, u.step, v.step};
-        return withStatus(convert(planes, steps, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+        const PxStatus status = convert(planes, steps, dst.data(), dst.step, {g.width, g.height});
+        return withStatus(status, dst.bytes());
     };
 }
 
