@@ -119,7 +119,8 @@ Run copyRun() {
         std::mt19937 random(seed);
         const Rows src(g.width, g.height, g.pad, &random);
         const Rows dst(g.width, g.height, g.pad, nullptr);
-        return withStatus(pxCopyC1(src.data(), src.step, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+        const PxStatus status = pxCopyC1(src.data(), src.step, dst.data(), dst.step, {g.width, g.height});
+        return withStatus(status, dst.bytes());
     };
 }
 
