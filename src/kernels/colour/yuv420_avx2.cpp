@@ -17,7 +17,9 @@ __m256i loadHalves(const uint8_t *p) {
 }
 void store(uint8_t *p, __m256i x) { _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), x); }
 void store128(uint8_t *p, __m128i x) { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), x); }
-__m256i mask(const ShuffleMask &m) { return _mm256_broadcastsi128_si256(load128(reinterpret_cast<const uint8_t *>(m.data()))); }
+__m256i mask(const ShuffleMask &m) {
+    return _mm256_broadcastsi128_si256(load128(reinterpret_cast<const uint8_t *>(m.data())));
+}
 
 __m256i gather(const __m256i part[3], int channel) {
     const auto &m = kPackedToChannels[size_t(channel)];
@@ -39,20 +41,17 @@ struct RowLuma {
     __m256i even, odd;
 };
 
-__m256i luma(__m256i c0, __m256i c1, __m256i c2) {
-    return _mm256_add_epi16(_mm256_add_epi16(_mm256_mulhrs_epi16(c0, _mm256_set1_epi16(4899)),
-                                             _mm256_mulhrs_epi16(c1, _mm256_set1_epi16(9617))),
-                            _mm256_mulhrs_epi16(c2, _mm256_set1_epi16(1868)));
+// -(c << 7) of the even or the odd pixels times the negated constants, as the 16-pixel form does.
+__m256i luma(const __m256i c[3], __m256i pick) {
+    return _mm256_add_epi16(
+        _mm256_add_epi16(_mm256_mulhrs_epi16(_mm256_maddubs_epi16(c[0], pick), _mm256_set1_epi16(-4899)),
+                         _mm256_mulhrs_epi16(_mm256_maddubs_epi16(c[1], pick), _mm256_set1_epi16(-9617))),
+        _mm256_mulhrs_epi16(_mm256_maddubs_epi16(c[2], pick), _mm256_set1_epi16(-1868)));
 }
 
+// Weights -128, 0 in each pair of bytes pick the even pixel; 0, -128 the odd one.
 RowLuma rowLuma(const __m256i c[3]) {
-    const __m256i lowBytes = _mm256_set1_epi16(0x00FF), highBytesDown = _mm256_set1_epi16(0x7F80);
-    __m256i even[3], odd[3];
-    for (size_t i = 0; i < 3; ++i) {
-        even[i] = _mm256_slli_epi16(_mm256_and_si256(c[i], lowBytes), 7);
-        odd[i] = _mm256_and_si256(_mm256_srli_epi16(c[i], 1), highBytesDown);
-    }
-    return {luma(even[0], even[1], even[2]), luma(odd[0], odd[1], odd[2])};
+    return {luma(c, _mm256_set1_epi16(0x0080)), luma(c, _mm256_set1_epi16(-0x8000))};
 }
 
 __m256i rowY(const RowLuma &l) {
@@ -87,7 +86,7 @@ void sixteenBlocksToYuv(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, u
     store128(v, _mm256_extracti128_si256(uv, 1));
 }
 
-void rowToPacked(const uint8_t *y, __m256i t0, __m256i t1, __m256i t2, uint8_t *dst) {
+[[gnu::always_inline]] inline void rowToPacked(const uint8_t *y, __m256i t0, __m256i t1, __m256i t2, uint8_t *dst) {
     const __m256i luma = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(y));
     const __m256i even2 = _mm256_slli_epi16(_mm256_and_si256(luma, _mm256_set1_epi16(0x00FF)), 1);
     const __m256i odd2 = _mm256_and_si256(_mm256_srli_epi16(luma, 7), _mm256_set1_epi16(0x01FE));

@@ -44,22 +44,18 @@ struct RowLuma {
     __m128i even, odd;
 };
 
-// c << 7 times 0.299, 0.587 and 0.114 in 14 bits, each product rounded on its own as the rounding
-// multiply-high does it.
-__m128i luma(__m128i c0, __m128i c1, __m128i c2) {
-    return _mm_add_epi16(_mm_add_epi16(_mm_mulhrs_epi16(c0, _mm_set1_epi16(4899)),
-                                       _mm_mulhrs_epi16(c1, _mm_set1_epi16(9617))),
-                         _mm_mulhrs_epi16(c2, _mm_set1_epi16(1868)));
+// A channel's bytes widen to -(c << 7) by a multiply-add with -128 on one byte of each pair: the
+// even pixels' bytes, or the odd ones'. R(-a, -k) is R(a, k), so the negated constants, 0.299,
+// 0.587 and 0.114 in 14 bits, give each pixel's rounded products as they stand.
+__m128i luma(const __m128i c[3], __m128i pick) {
+    return _mm_add_epi16(_mm_add_epi16(_mm_mulhrs_epi16(_mm_maddubs_epi16(c[0], pick), _mm_set1_epi16(-4899)),
+                                       _mm_mulhrs_epi16(_mm_maddubs_epi16(c[1], pick), _mm_set1_epi16(-9617))),
+                         _mm_mulhrs_epi16(_mm_maddubs_epi16(c[2], pick), _mm_set1_epi16(-1868)));
 }
 
+// Weights -128, 0 in each pair of bytes pick the even pixel; 0, -128 the odd one.
 RowLuma rowLuma(const __m128i c[3]) {
-    const __m128i lowBytes = _mm_set1_epi16(0x00FF), highBytesDown = _mm_set1_epi16(0x7F80);
-    __m128i even[3], odd[3];
-    for (size_t i = 0; i < 3; ++i) {
-        even[i] = _mm_slli_epi16(_mm_and_si128(c[i], lowBytes), 7);
-        odd[i] = _mm_and_si128(_mm_srli_epi16(c[i], 1), highBytesDown);
-    }
-    return {luma(even[0], even[1], even[2]), luma(odd[0], odd[1], odd[2])};
+    return {luma(c, _mm_set1_epi16(0x0080)), luma(c, _mm_set1_epi16(-0x8000))};
 }
 
 // Y = L >> 6 back in pixel order. L is at most 16320, so Y never passes 255 and needs no clamp.
@@ -79,7 +75,7 @@ struct Blocks {
 };
 
 // Each row's 48 bytes as three registers; pixels past a group of 4 may hold anything.
-Blocks rgbToYuv(const __m128i row0[3], const __m128i row1[3]) {
+[[gnu::always_inline]] inline Blocks rgbToYuv(const __m128i row0[3], const __m128i row1[3]) {
     const __m128i c0[3] = {gather(row0, 0), gather(row0, 1), gather(row0, 2)};
     const __m128i c1[3] = {gather(row1, 0), gather(row1, 1), gather(row1, 2)};
     const RowLuma l0 = rowLuma(c0), l1 = rowLuma(c1);
@@ -117,7 +113,7 @@ void fourBlocksToYuv(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint
 
 // One row of 16 pixels from its Y bytes and the chroma terms of its 8 blocks, each term the sum
 // of its multiply-highs.
-void rowToPacked(const uint8_t *y, __m128i t0, __m128i t1, __m128i t2, uint8_t *dst) {
+[[gnu::always_inline]] inline void rowToPacked(const uint8_t *y, __m128i t0, __m128i t1, __m128i t2, uint8_t *dst) {
     const __m128i luma = load(y);
     const __m128i even2 = _mm_slli_epi16(_mm_and_si128(luma, _mm_set1_epi16(0x00FF)), 1);
     const __m128i odd2 = _mm_and_si128(_mm_srli_epi16(luma, 7), _mm_set1_epi16(0x01FE));
