@@ -67,10 +67,13 @@ Run resizeRun(int32_t interpolation, double fx, double fy) {
 using RgbToYuv = PxStatus (*)(const uint8_t *, int32_t, uint8_t *const[3], const int32_t[3], PxSize);
 using YuvToRgb = PxStatus (*)(const uint8_t *const[3], const int32_t[3], uint8_t *, int32_t, PxSize);
 
-Run rgbToYuvRun(RgbToYuv convert) {
+// saturated: every byte 0 or 255, so the V clamp bites at both ends and a block's luma sum reaches
+// its largest, which random bytes seldom do.
+Run rgbToYuvRun(RgbToYuv convert, bool saturated = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const Rows src(3 * g.width, g.height, g.pad, &random);
+        for (size_t i = 0; saturated && i < src.buffer.size(); ++i) src.data()[i] = uint8_t((src.data()[i] >> 7) * 255);
         const Rows y(g.width, g.height, g.pad, nullptr), u(g.width / 2, g.height / 2, g.pad, nullptr),
             v(g.width / 2, g.height / 2, g.pad, nullptr);
         uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
@@ -144,6 +147,7 @@ const std::vector<KernelRow> &kernelRows() {
         {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
         {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
+        {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},
         // Level 0 needs two rows; the others also take one.
         {"deinterlace field 0", deinterlaceRun(0, 0), nullptr, 2},
