@@ -42,7 +42,8 @@ struct Rows {
 };
 
 // A kernel's run at the current level on inputs drawn from the seed: the status, then every byte of
-// every output buffer.
+// every output buffer. Runs take the status before the bytes: as two arguments of one call, the
+// bytes could be copied before the kernel has written them.
 using Run = std::function<std::vector<uint8_t>(const Geometry &, uint32_t seed)>;
 
 std::vector<uint8_t> withStatus(PxStatus status, std::vector<uint8_t> bytes) {
@@ -66,15 +67,19 @@ Run resizeRun(int32_t interpolation, double fx, double fy) {
 using RgbToYuv = PxStatus (*)(const uint8_t *, int32_t, uint8_t *const[3], const int32_t[3], PxSize);
 using YuvToRgb = PxStatus (*)(const uint8_t *const[3], const int32_t[3], uint8_t *, int32_t, PxSize);
 
-Run rgbToYuvRun(RgbToYuv convert) {
+// saturated: every byte 0 or 255, so the V clamp bites at both ends and a block's luma sum reaches
+// its largest, which random bytes seldom do.
+Run rgbToYuvRun(RgbToYuv convert, bool saturated = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const Rows src(3 * g.width, g.height, g.pad, &random);
+        for (size_t i = 0; saturated && i < src.buffer.size(); ++i) src.data()[i] = uint8_t((src.data()[i] >> 7) * 255);
         const Rows y(g.width, g.height, g.pad, nullptr), u(g.width / 2, g.height / 2, g.pad, nullptr),
             v(g.width / 2, g.height / 2, g.pad, nullptr);
         uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
         const int32_t steps[3] = {y.step, u.step, v.step};
-        std::vector<uint8_t> out = withStatus(convert(src.data(), src.step, planes, steps, {g.width, g.height}), y.bytes());
+        const PxStatus status = convert(src.data(), src.step, planes, steps, {g.width, g.height});
+        std::vector<uint8_t> out = withStatus(status, y.bytes());
         for (const Rows *p : {&u, &v}) {
             const std::vector<uint8_t> bytes = p->bytes();
             out.insert(out.end(), bytes.begin(), bytes.end());
@@ -91,7 +96,8 @@ Run yuvToRgbRun(YuvToRgb convert) {
         const Rows dst(3 * g.width, g.height, g.pad, nullptr);
         const uint8_t *const planes[3] = {y.data(), u.data(), v.data()};
         const int32_t steps[3] = {y.step, u.step, v.step};
-        return withStatus(convert(planes, steps, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+        const PxStatus status = convert(planes, steps, dst.data(), dst.step, {g.width, g.height});
+        return withStatus(status, dst.bytes());
     };
 }
 
@@ -116,7 +122,8 @@ Run copyRun() {
         std::mt19937 random(seed);
         const Rows src(g.width, g.height, g.pad, &random);
         const Rows dst(g.width, g.height, g.pad, nullptr);
-        return withStatus(pxCopyC1(src.data(), src.step, dst.data(), dst.step, {g.width, g.height}), dst.bytes());
+        const PxStatus status = pxCopyC1(src.data(), src.step, dst.data(), dst.step, {g.width, g.height});
+        return withStatus(status, dst.bytes());
     };
 }
 
@@ -140,6 +147,7 @@ const std::vector<KernelRow> &kernelRows() {
         {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
         {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
+        {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},
         // Level 0 needs two rows; the others also take one.
         {"deinterlace field 0", deinterlaceRun(0, 0), nullptr, 2},

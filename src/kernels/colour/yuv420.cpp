@@ -57,12 +57,12 @@ PxStatus yuv420ToRgbRows(const uint8_t *const planes[3], const int32_t planeStep
 namespace {
 
 const DispatchTable<PxStatus(const uint8_t *, int32_t, uint8_t *const[3], const int32_t[3], PxSize)>
-    rgbToYuv420Table = {pxRgbToYuv420_ref, pxRgbToYuv420_fixed15, pxRgbToYuv420_fixed15, pxRgbToYuv420_fixed15,
-                        pxRgbToYuv420_fixed15};
+    rgbToYuv420Table = {pxRgbToYuv420_ref, pxRgbToYuv420_ssse3, pxRgbToYuv420_ssse3, pxRgbToYuv420_ssse3,
+                        pxRgbToYuv420_avx2};
 
 const DispatchTable<PxStatus(const uint8_t *const[3], const int32_t[3], uint8_t *, int32_t, PxSize)>
-    yuv420ToRgbTable = {pxYuv420ToRgb_ref, pxYuv420ToRgb_fixed15, pxYuv420ToRgb_fixed15, pxYuv420ToRgb_fixed15,
-                        pxYuv420ToRgb_fixed15};
+    yuv420ToRgbTable = {pxYuv420ToRgb_ref, pxYuv420ToRgb_ssse3, pxYuv420ToRgb_ssse3, pxYuv420ToRgb_ssse3,
+                        pxYuv420ToRgb_avx2};
 
 }  // namespace
 }  // namespace px

@@ -52,18 +52,12 @@ void blockTail(const uint8_t *p00, const uint8_t *p01, const uint8_t *p10, const
 
 void rgbToYuv420RowPair(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,
                         int32_t blocks) {
-    // The vector forms take blocks 8 at a time while they last, then one group of 4; the last
-    // 0 to 3 blocks go to the tail rule.
-    const int32_t vectorBlocks = (blocks & ~7) + ((blocks & 7) >= 4 ? 4 : 0);
-    int32_t b = 0;
-    for (; b < vectorBlocks; ++b) {
+    const int32_t vectorBlocks = vectorRuleBlocks(blocks);
+    for (int32_t b = 0; b < vectorBlocks; ++b) {
         const uint8_t *p0 = src0 + 6 * b, *p1 = src1 + 6 * b;
         blockVector(p0, p0 + 3, p1, p1 + 3, y0 + 2 * b, y1 + 2 * b, u + b, v + b);
     }
-    for (; b < blocks; ++b) {
-        const uint8_t *p0 = src0 + 6 * b, *p1 = src1 + 6 * b;
-        blockTail(p0, p0 + 3, p1, p1 + 3, y0 + 2 * b, y1 + 2 * b, u + b, v + b);
-    }
+    rgbToYuv420TailRule(src0, src1, y0, y1, u, v, vectorBlocks, blocks);
 }
 
 // Each product is a 16-bit multiply-high of its own; the sum keeps one fractional bit.
@@ -76,10 +70,28 @@ void toPacked(int32_t y, int32_t cu, int32_t cv, uint8_t *d) {
     d[2] = clampByte((y2 + ((cu * 16645) >> 16)) >> 1);
 }
 
-// One rule for all columns: the scalar loop after the last group of 8 repeats the lanes' arithmetic.
 void yuv420ToRgbRowPair(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
                         uint8_t *dst1, int32_t blocks) {
-    for (int32_t b = 0; b < blocks; ++b) {
+    yuv420ToRgbFixed15(y0, y1, u, v, dst0, dst1, 0, blocks);
+}
+
+}  // namespace
+
+int32_t vectorRuleBlocks(int32_t blocks) { return (blocks & ~7) + ((blocks & 7) >= 4 ? 4 : 0); }
+
+void rgbToYuv420TailRule(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,
+                         int32_t first, int32_t blocks) {
+    for (int32_t b = first; b < blocks; ++b) {
+        const uint8_t *p0 = src0 + 6 * b, *p1 = src1 + 6 * b;
+        blockTail(p0, p0 + 3, p1, p1 + 3, y0 + 2 * b, y1 + 2 * b, u + b, v + b);
+    }
+}
+
+// The vector forms' scalar loop after their last group repeats the lanes' arithmetic, so one
+// rule serves every column.
+void yuv420ToRgbFixed15(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
+                        uint8_t *dst1, int32_t first, int32_t blocks) {
+    for (int32_t b = first; b < blocks; ++b) {
         const int32_t cu = 16 * (u[b] - 128), cv = 16 * (v[b] - 128);
         toPacked(y0[2 * b], cu, cv, dst0 + 6 * b);
         toPacked(y0[2 * b + 1], cu, cv, dst0 + 6 * b + 3);
@@ -87,8 +99,6 @@ void yuv420ToRgbRowPair(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, 
         toPacked(y1[2 * b + 1], cu, cv, dst1 + 6 * b + 3);
     }
 }
-
-}  // namespace
 
 PxStatus pxRgbToYuv420_fixed15(const uint8_t *src, int32_t srcStep, uint8_t *const planes[3],
                                const int32_t planeSteps[3], PxSize size) {
