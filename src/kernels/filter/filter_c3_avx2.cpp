@@ -1,7 +1,8 @@
-// Level 4 of pxFilterC3: the multiply-adds of levels 1 to 3 in 256-bit registers. Sixteen output
-// bytes widen to sixteen 16-bit lanes, so their sums land in two registers as bytes 0-3 and 8-11,
-// then 4-7 and 12-15; the finishing pass's 32-to-16-bit pack puts them back in order. Both passes
-// walk the same groups of sixteen, and the ends of a row take the scalar rule.
+// Level 4 of pxFilterC3: the multiply-adds of levels 1 to 3 in 256-bit registers. One byte shuffle
+// widens the lanes of output bytes 0-3 and 8-11 of a group of sixteen, another those of 4-7 and
+// 12-15, so the group's sums land in two registers in that order; the finishing pass's 32-to-16-bit
+// pack puts them back in order. Both passes walk the same groups of sixteen, and the ends of a row
+// take the scalar rule.
 #include <immintrin.h>
 
 #include "kernels/filter/filter_c3.h"
@@ -11,7 +12,23 @@ namespace {
 
 __m256i load(const int32_t *p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)); }
 void store(int32_t *p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v); }
-__m256i widen(const uint8_t *p) { return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p))); }
+__m128i load128(const void *p) { return _mm_loadu_si128(static_cast<const __m128i *>(p)); }
+
+// The shuffles of levels 1 to 3, one per 128-bit half: 16-bit pairs (L[o + j], L[o + j + 3]) or
+// lone lanes (L[o + j], 0) for four output bytes, o for the low half and o2 for the high one.
+__m256i pairLanes(__m256i bytes, int8_t o, int8_t o2) {
+    return _mm256_shuffle_epi8(
+        bytes, _mm256_setr_epi8(o, -1, int8_t(o + 3), -1, int8_t(o + 1), -1, int8_t(o + 4), -1, int8_t(o + 2), -1,
+                                int8_t(o + 5), -1, int8_t(o + 3), -1, int8_t(o + 6), -1, o2, -1, int8_t(o2 + 3), -1,
+                                int8_t(o2 + 1), -1, int8_t(o2 + 4), -1, int8_t(o2 + 2), -1, int8_t(o2 + 5), -1,
+                                int8_t(o2 + 3), -1, int8_t(o2 + 6), -1));
+}
+__m256i loneLanes(__m256i bytes, int8_t o, int8_t o2) {
+    return _mm256_shuffle_epi8(
+        bytes, _mm256_setr_epi8(o, -1, -1, -1, int8_t(o + 1), -1, -1, -1, int8_t(o + 2), -1, -1, -1, int8_t(o + 3), -1,
+                                -1, -1, o2, -1, -1, -1, int8_t(o2 + 1), -1, -1, -1, int8_t(o2 + 2), -1, -1, -1,
+                                int8_t(o2 + 3), -1, -1, -1));
+}
 
 template <int32_t kPairs>  // as at levels 1 to 3: fixed for 3 and 5 columns, 0 takes it from kw
 void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kernelRow, int32_t kw, int32_t *sums,
@@ -22,14 +39,20 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
     for (; k + 16 <= count; k += 16) {
         __m256i low = first ? _mm256_setzero_si256() : load(sums + k);
         __m256i high = first ? _mm256_setzero_si256() : load(sums + k + 8);
-        const uint8_t *at = window + k;
-        for (int32_t p = 0; p < pairCount; ++p, at += 6) {
-            const __m256i pair = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i *>(pairs + p)));
-            const __m256i a = widen(at);
-            // A lone last coefficient meets zeros, not the pixel past the window.
-            const __m256i b = lone && p == pairCount - 1 ? _mm256_setzero_si256() : widen(at + 3);
-            low = _mm256_add_epi32(low, _mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), pair));
-            high = _mm256_add_epi32(high, _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), pair));
+        const uint8_t *pixel = window + k;
+        for (int32_t p = 0; p < pairCount; ++p, pixel += 6) {
+            const __m256i pair = _mm256_broadcastsi128_si256(load128(pairs + p));
+            if (lone && p == pairCount - 1) {
+                // A lone last coefficient meets zeros, not the pixel past the window.
+                const __m256i bytes = _mm256_broadcastsi128_si256(load128(pixel));
+                low = _mm256_add_epi32(low, _mm256_madd_epi16(loneLanes(bytes, 0, 8), pair));
+                high = _mm256_add_epi32(high, _mm256_madd_epi16(loneLanes(bytes, 4, 12), pair));
+            } else {
+                // The high half loads three bytes on, ending on the last byte the pair reaches.
+                const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(pixel)), load128(pixel + 3), 1);
+                low = _mm256_add_epi32(low, _mm256_madd_epi16(pairLanes(bytes, 0, 5), pair));
+                high = _mm256_add_epi32(high, _mm256_madd_epi16(pairLanes(bytes, 4, 9), pair));
+            }
         }
         store(sums + k, low);
         store(sums + k + 8, high);

@@ -1,7 +1,8 @@
 // Levels 1 to 3 of pxFilterC3: sixteen output bytes at a time, each pair of window pixels as one
-// 16-bit multiply-add. Bytes and coefficients fit signed 16-bit lanes and a pair's two products
-// fit 32 bits, so the sums are the scalar rule's, wrapping alike; the ends of a row take the scalar
-// rule. SSE4.1's byte widening saves one unpack in six here, too little for a form of its own.
+// 16-bit multiply-add of lanes that byte shuffles widen from the source. Bytes and coefficients fit
+// signed 16-bit lanes and a pair's two products fit 32 bits, so the sums are the scalar rule's,
+// wrapping alike; the ends of a row take the scalar rule. SSE4.1 has nothing these shuffles and
+// multiply-adds would use, so level 3 runs this form too.
 #include <tmmintrin.h>
 
 #include "kernels/filter/filter_c3.h"
@@ -12,15 +13,32 @@ namespace {
 __m128i load(const void *p) { return _mm_loadu_si128(static_cast<const __m128i *>(p)); }
 void store(void *p, __m128i v) { _mm_storeu_si128(static_cast<__m128i *>(p), v); }
 
-// Adds window pixels m and m + 1 (b, three bytes on) times their pair into the sums of sixteen
-// output bytes. A lone last coefficient is paired with zeros instead of the pixel past the window.
-void addPair(__m128i a, __m128i b, __m128i pair, __m128i acc[4]) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i low = _mm_unpacklo_epi8(a, b), high = _mm_unpackhi_epi8(a, b);
-    acc[0] = _mm_add_epi32(acc[0], _mm_madd_epi16(_mm_unpacklo_epi8(low, zero), pair));
-    acc[1] = _mm_add_epi32(acc[1], _mm_madd_epi16(_mm_unpackhi_epi8(low, zero), pair));
-    acc[2] = _mm_add_epi32(acc[2], _mm_madd_epi16(_mm_unpacklo_epi8(high, zero), pair));
-    acc[3] = _mm_add_epi32(acc[3], _mm_madd_epi16(_mm_unpackhi_epi8(high, zero), pair));
+// Byte shuffles that widen sixteen loaded bytes L into the 16-bit lanes of four output bytes:
+// the pairs (L[o + j], L[o + j + 3]), or a lone (L[o + j], 0), for j = 0 to 3.
+__m128i pairLanes(__m128i bytes, int8_t o) {
+    return _mm_shuffle_epi8(bytes, _mm_setr_epi8(o, -1, int8_t(o + 3), -1, int8_t(o + 1), -1, int8_t(o + 4), -1,
+                                                 int8_t(o + 2), -1, int8_t(o + 5), -1, int8_t(o + 3), -1,
+                                                 int8_t(o + 6), -1));
+}
+__m128i loneLanes(__m128i bytes, int8_t o) {
+    return _mm_shuffle_epi8(bytes, _mm_setr_epi8(o, -1, -1, -1, int8_t(o + 1), -1, -1, -1, int8_t(o + 2), -1, -1, -1,
+                                                 int8_t(o + 3), -1, -1, -1));
+}
+
+// Adds window pixels m and m + 1 (three bytes on) of sixteen output bytes times their pair. The
+// second load starts three bytes on, so that it ends on the last byte the pair's pixels reach.
+void addPair(const uint8_t *pixel, __m128i pair, __m128i acc[4]) {
+    const __m128i first = load(pixel), second = load(pixel + 3);
+    acc[0] = _mm_add_epi32(acc[0], _mm_madd_epi16(pairLanes(first, 0), pair));
+    acc[1] = _mm_add_epi32(acc[1], _mm_madd_epi16(pairLanes(first, 4), pair));
+    acc[2] = _mm_add_epi32(acc[2], _mm_madd_epi16(pairLanes(second, 5), pair));
+    acc[3] = _mm_add_epi32(acc[3], _mm_madd_epi16(pairLanes(second, 9), pair));
+}
+
+// A lone last coefficient, paired with zeros rather than the pixel past the window.
+void addLone(const uint8_t *pixel, __m128i pair, __m128i acc[4]) {
+    const __m128i bytes = load(pixel);
+    for (int8_t q = 0; q < 4; ++q) acc[q] = _mm_add_epi32(acc[q], _mm_madd_epi16(loneLanes(bytes, int8_t(4 * q)), pair));
 }
 
 // kPairs fixes the pair count for 3 and 5 columns (both odd), so that those passes run straight
@@ -34,10 +52,13 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
     for (; k + 16 <= count; k += 16) {
         __m128i acc[4];
         for (int32_t q = 0; q < 4; ++q) acc[q] = first ? _mm_setzero_si128() : load(sums + k + 4 * q);
-        const uint8_t *at = window + k;
-        for (int32_t p = 0; p < pairCount; ++p, at += 6) {
-            const bool alone = lone && p == pairCount - 1;
-            addPair(load(at), alone ? _mm_setzero_si128() : load(at + 3), load(pairs + p), acc);
+        const uint8_t *pixel = window + k;
+        for (int32_t p = 0; p < pairCount; ++p, pixel += 6) {
+            if (lone && p == pairCount - 1) {
+                addLone(pixel, load(pairs + p), acc);
+            } else {
+                addPair(pixel, load(pairs + p), acc);
+            }
         }
         for (int32_t q = 0; q < 4; ++q) store(sums + k + 4 * q, acc[q]);
     }
