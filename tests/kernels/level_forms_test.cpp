@@ -141,7 +141,8 @@ Run sharpenRun() {
         std::mt19937 random(seed);
         const Rows src(3 * (g.width + 2), g.height + 2, g.pad, &random);
         const Rows dst(3 * g.width, g.height, g.pad, nullptr);
-        const PxStatus status = pxSharpenC3(src.data() + src.step + 3, src.step, dst.data(), dst.step, {g.width, g.height});
+        const PxStatus status =
+            pxSharpenC3(src.data() + src.step + 3, src.step, dst.data(), dst.step, {g.width, g.height});
         return withStatus(status, dst.bytes());
     };
 }

@@ -49,7 +49,8 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
                 high = _mm256_add_epi32(high, _mm256_madd_epi16(loneLanes(bytes, 4, 12), pair));
             } else {
                 // The high half loads three bytes on, ending on the last byte the pair reaches.
-                const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(pixel)), load128(pixel + 3), 1);
+                const __m256i bytes =
+                    _mm256_inserti128_si256(_mm256_castsi128_si256(load128(pixel)), load128(pixel + 3), 1);
                 low = _mm256_add_epi32(low, _mm256_madd_epi16(pairLanes(bytes, 0, 5), pair));
                 high = _mm256_add_epi32(high, _mm256_madd_epi16(pairLanes(bytes, 4, 9), pair));
             }
@@ -114,7 +115,9 @@ void finishWith(const Divide &divide, const int32_t *sums, uint8_t *out, int32_t
 }
 
 void finishAvx2(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
-    if (division.kind == FilterDivision::Shift) return finishWith(ShiftDivide(division.shift), sums, out, count, division);
+    if (division.kind == FilterDivision::Shift) {
+        return finishWith(ShiftDivide(division.shift), sums, out, count, division);
+    }
     finishWith(ScaleDivide(division.reciprocal), sums, out, count, division);
 }
 

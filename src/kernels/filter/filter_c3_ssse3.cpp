@@ -38,7 +38,9 @@ void addPair(const uint8_t *pixel, __m128i pair, __m128i acc[4]) {
 // A lone last coefficient, paired with zeros rather than the pixel past the window.
 void addLone(const uint8_t *pixel, __m128i pair, __m128i acc[4]) {
     const __m128i bytes = load(pixel);
-    for (int8_t q = 0; q < 4; ++q) acc[q] = _mm_add_epi32(acc[q], _mm_madd_epi16(loneLanes(bytes, int8_t(4 * q)), pair));
+    for (int8_t q = 0; q < 4; ++q) {
+        acc[q] = _mm_add_epi32(acc[q], _mm_madd_epi16(loneLanes(bytes, int8_t(4 * q)), pair));
+    }
 }
 
 // kPairs fixes the pair count for 3 and 5 columns (both odd), so that those passes run straight
@@ -88,8 +90,8 @@ struct ShiftDivide {
 };
 
 // The plain and reciprocal rules: a product in single precision rounded to nearest, ties to even,
-// by the conversion. The product is held to 255 first, since one past 2^31 would convert to
-// -2^31 and saturate to 0.
+// by the conversion. The product is held to 255 first: one of 2^31 or more (a sum near 2^31 in
+// single precision) would convert to -2^31 and saturate to 0.
 struct ScaleDivide {
     __m128 reciprocal, top;
     explicit ScaleDivide(float r) : reciprocal(_mm_set1_ps(r)), top(_mm_set1_ps(255.0f)) {}
@@ -111,7 +113,9 @@ void finishWith(const Divide &divide, const int32_t *sums, uint8_t *out, int32_t
 }
 
 void finishSsse3(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
-    if (division.kind == FilterDivision::Shift) return finishWith(ShiftDivide(division.shift), sums, out, count, division);
+    if (division.kind == FilterDivision::Shift) {
+        return finishWith(ShiftDivide(division.shift), sums, out, count, division);
+    }
     finishWith(ScaleDivide(division.reciprocal), sums, out, count, division);
 }
 

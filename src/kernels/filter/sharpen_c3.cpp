@@ -26,8 +26,8 @@ PxStatus sharpenC3WithPasses(SharpenColumnPass columns, SharpenOperatorPass appl
                              uint8_t *dst, int32_t dstStep, PxSize size) {
     if (const PxStatus status = sharpenC3Checks(src, srcStep, dst, dstStep, size); status) return status;
 
-    // The block is sized for three rows of 32-byte groups with a group's slack; the column sums
-    // take one row of it. A block a 32-bit count cannot describe is scratch that cannot be had.
+    // 96 bytes, the 16-bit column sums of sixteen pixels, for each sixteen of the width rounded up
+    // and of the margin of two pixels. A block a 32-bit count cannot describe cannot be had.
     const int64_t bytes = 3 * 32 * ((((int64_t{size.width} + 15) & ~int64_t{15}) + 6 + 15) >> 4);
     if (bytes > INT32_MAX) return PxStsNoMem;
     auto *sums = reinterpret_cast<uint16_t *>(pxAllocBytes(static_cast<int32_t>(bytes)));

@@ -23,7 +23,8 @@ void columnGroup(const uint8_t *above, const uint8_t *row, const uint8_t *below,
 // The operator on sixteen samples from byte k: (17c - S, stopped at 0, + 4) >> 3, less one at a tie
 // whose quotient is even.
 __m256i operatorWords(const uint8_t *row, const uint16_t *sums, int32_t k) {
-    const __m256i neighbourhood = _mm256_add_epi16(_mm256_add_epi16(load(sums + k), load(sums + k + 3)), load(sums + k + 6));
+    const __m256i neighbourhood =
+        _mm256_add_epi16(_mm256_add_epi16(load(sums + k), load(sums + k + 3)), load(sums + k + 6));
     const __m256i t = _mm256_subs_epu16(_mm256_mullo_epi16(widen(row + k), _mm256_set1_epi16(17)), neighbourhood);
     const __m256i rounded = _mm256_srli_epi16(_mm256_add_epi16(t, _mm256_set1_epi16(4)), 3);
     const __m256i tie = _mm256_cmpeq_epi16(_mm256_and_si256(t, _mm256_set1_epi16(15)), _mm256_set1_epi16(4));
