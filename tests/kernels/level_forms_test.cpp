@@ -190,6 +190,8 @@ const std::vector<KernelRow> &kernelRows() {
         // Even and odd widths other than 3 and 5 take the looped row pass.
         {"filter 4x3 divisor 64", filterRun(randomKernel(12, -200, 600, 7), {4, 3}, {0, 2}, 64)},
         {"filter 7x1 divisor 10", filterRun(randomKernel(7, -100, 200, 8), {7, 1}, {3, 0}, 10)},
+        // The anchor is not checked: two columns left of the kernel, the window ends left of the pixel.
+        {"filter 5x3 anchor outside", filterRun(randomKernel(15, -90, 200, 4), {5, 3}, {-2, 1}, 9)},
         // 529 taps of 32766 over bytes of mean 127.5: sums around 2.2e9, on both sides of 2^31, so
         // both wrapped sums and sums past 2^31 - 2^29, where sum + half would overflow, are met.
         {"filter 23x23 shift 30", filterRun(std::vector<int32_t>(529, 32766), {23, 23}, {11, 11}, 1 << 30)},
