@@ -127,6 +127,42 @@ Run copyRun() {
     };
 }
 
+// The region of g at (KW - 1 - anchor.x, KH - 1 - anchor.y) of a source just large enough for the
+// window's reach, so that the last byte the window may read is the buffer's last.
+Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows src(3 * (g.width + kernelSize.width - 1), g.height + kernelSize.height - 1, g.pad, &random);
+        const uint8_t *region = src.data() + (kernelSize.height - 1 - anchor.y) * src.step +
+                                3 * (kernelSize.width - 1 - anchor.x);
+        const Rows dst(3 * g.width, g.height, g.pad, nullptr);
+        const PxStatus status = pxFilterC3(region, src.step, dst.data(), dst.step, {g.width, g.height}, kernel.data(),
+                                           kernelSize, anchor, divisor);
+        return withStatus(status, dst.bytes());
+    };
+}
+
+// The region at (1, 1) of a source with the one-pixel margin the 3x3 neighbourhood reads.
+Run sharpenRun() {
+    return [](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const Rows src(3 * (g.width + 2), g.height + 2, g.pad, &random);
+        const Rows dst(3 * g.width, g.height, g.pad, nullptr);
+        const PxStatus status =
+            pxSharpenC3(src.data() + src.step + 3, src.step, dst.data(), dst.step, {g.width, g.height});
+        return withStatus(status, dst.bytes());
+    };
+}
+
+// A kernel of width x height coefficients drawn from low to high.
+std::vector<int32_t> randomKernel(int32_t count, int32_t low, int32_t high, uint32_t seed) {
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int32_t> draw(low, high);
+    std::vector<int32_t> kernel(static_cast<size_t>(count));
+    for (int32_t &c : kernel) c = draw(random);
+    return kernel;
+}
+
 struct KernelRow {
     const char *name;
     Run run;
@@ -153,6 +189,27 @@ const std::vector<KernelRow> &kernelRows() {
         {"deinterlace field 0", deinterlaceRun(0, 0), nullptr, 2},
         {"deinterlace field 1 copy", deinterlaceRun(1, 1), nullptr, 2},
         {"copy c1", copyRun()},
+        // The smoothing kernel of the stretch exports: the shift rule by 4.
+        {"filter 3x3 smoothing", filterRun({1, 2, 1, 2, 4, 2, 1, 2, 1}, {3, 3}, {1, 1}, 16)},
+        // Negative taps, so that sums fall below 0 and rise past 255 in every rule.
+        {"filter 3x3 plain", filterRun(randomKernel(9, -40, 40, 3), {3, 3}, {2, 0}, 1)},
+        {"filter 5x5 divisor 7", filterRun(randomKernel(25, -300, 500, 5), {5, 5}, {2, 2}, 7)},
+        {"filter 5x2 divisor -3", filterRun(randomKernel(10, -500, 300, 6), {5, 2}, {4, 1}, -3)},
+        // Even and odd widths other than 3 and 5 take the looped row pass.
+        {"filter 4x3 divisor 64", filterRun(randomKernel(12, -200, 600, 7), {4, 3}, {0, 2}, 64)},
+        {"filter 7x1 divisor 10", filterRun(randomKernel(7, -100, 200, 8), {7, 1}, {3, 0}, 10)},
+        // The anchor is not checked: two columns left of the kernel, the window ends left of the pixel.
+        {"filter 5x3 anchor outside", filterRun(randomKernel(15, -90, 200, 4), {5, 3}, {-2, 1}, 9)},
+        // 529 taps of 32766 over bytes of mean 127.5: sums around 2.2e9, on both sides of 2^31, so
+        // both wrapped sums and sums past 2^31 - 2^29, where sum + half would overflow, are met.
+        {"filter 23x23 shift 30", filterRun(std::vector<int32_t>(529, 32766), {23, 23}, {11, 11}, 1 << 30)},
+        // The edges of the coefficient range: 32767 and -32768 send the call to the scalar rule.
+        {"filter 3x3 out of pair range", filterRun({32767, -1, 2, 3, -32768, 5, 1, 1, 1}, {3, 3}, {1, 1}, 1 << 17)},
+        {"filter 3x3 pair range edge", filterRun({32766, -1, 2, 3, -32767, 5, 1, 1, 1}, {3, 3}, {1, 1}, 1 << 17)},
+        // Kernels narrower than 3 columns take the scalar rule.
+        {"filter 2x3 divisor 5", filterRun(randomKernel(6, -50, 90, 9), {2, 3}, {1, 1}, 5)},
+        {"filter 1x3 divisor 2", filterRun({1, 2, 1}, {1, 3}, {0, 1}, 2)},
+        {"sharpen", sharpenRun()},
     };
     return rows;
 }

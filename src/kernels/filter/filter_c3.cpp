@@ -1,5 +1,7 @@
 #include "kernels/filter/filter_c3.h"
 
+#include <cstddef>
+
 #include "kernels/core/level.h"
 
 namespace px {
@@ -27,10 +29,96 @@ FilterDivision filterDivision(int32_t divisor) {
     return {FilterDivision::Reciprocal, 0, 1.0f / static_cast<float>(divisor)};
 }
 
+void filterRowPassScalar(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,
+                         bool first) {
+    for (int32_t k = 0; k < count; ++k) {
+        // Unsigned, so that the sums wrap in 32 bits as the scalar rule's do.
+        uint32_t sum = first ? 0u : static_cast<uint32_t>(sums[k]);
+        for (int32_t m = 0; m < kw; ++m) {
+            sum += static_cast<uint32_t>(kernelRow[kw - 1 - m]) * window[k + 3 * static_cast<ptrdiff_t>(m)];
+        }
+        sums[k] = static_cast<int32_t>(sum);
+    }
+}
+
+void filterFinishScalar(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
+    for (int32_t k = 0; k < count; ++k) out[k] = filterDivide(sums[k], division);
+}
+
 namespace {
-// The vector forms come later; every level runs the reference form until then.
-const DispatchTable<decltype(pxFilterC3_ref)> filterC3Table = {pxFilterC3_ref, pxFilterC3_ref, pxFilterC3_ref,
-                                                               pxFilterC3_ref, pxFilterC3_ref};
+
+// The widest coefficients whose pair sums a 16-bit multiply-add is trusted with; anything wider
+// sends the call to the scalar rule.
+constexpr int32_t kPairLow = -32767, kPairHigh = 32766;
+
+// Reverses each kernel row into pairs; false, with the pairs unfinished, at a coefficient out of range.
+bool repackPairs(const int32_t *kernel, int32_t kw, int32_t kh, FilterPair *pairs) {
+    const int32_t pairsPerRow = (kw + 1) / 2;
+    for (int32_t j = 0; j < kh; ++j) {
+        const int32_t *row = kernel + static_cast<ptrdiff_t>(j) * kw;
+        for (int32_t p = 0; p < pairsPerRow; ++p) {
+            int32_t pair[2] = {0, 0};
+            for (int32_t half = 0; half < 2; ++half) {
+                const int32_t m = 2 * p + half;  // window pixel, left to right
+                if (m == kw) break;
+                const int32_t coefficient = row[kw - 1 - m];
+                if (coefficient < kPairLow || coefficient > kPairHigh) return false;
+                pair[half] = coefficient;
+            }
+            FilterPair &out = pairs[static_cast<ptrdiff_t>(j) * pairsPerRow + p];
+            for (int32_t lane = 0; lane < 8; lane += 2) {
+                out.lanes[lane] = static_cast<int16_t>(pair[0]);
+                out.lanes[lane + 1] = static_cast<int16_t>(pair[1]);
+            }
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+PxStatus filterC3WithPasses(FilterRowPass rowPass, FilterFinishPass finish, const uint8_t *src, int32_t srcStep,
+                            uint8_t *dst, int32_t dstStep, PxSize size, const int32_t *kernel, PxSize kernelSize,
+                            PxPoint anchor, int32_t divisor) {
+    if (const PxStatus status = filterC3Checks(src, srcStep, dst, dstStep, size, kernel, kernelSize, divisor); status) {
+        return status;
+    }
+    const FilterDivision division = filterDivision(divisor);
+    const int32_t kw = kernelSize.width, kh = kernelSize.height;
+
+    // One block: sixteen bytes for each coefficient (the pairs take at most that), then a row of
+    // sums, one for each byte of an output row. A block a 32-bit count cannot describe is not had.
+    const int64_t pairWords = int64_t{kw} * kh * 4;
+    const int64_t words = (pairWords + int64_t{size.width} * 3 + 3) & ~int64_t{3};
+    uint32_t *block = nullptr;
+    if (kw >= 3 && size.width >= 5 && words <= INT32_MAX) block = pxAlloc32(static_cast<int32_t>(words));
+    auto *pairs = reinterpret_cast<FilterPair *>(block);
+    if (block == nullptr || !repackPairs(kernel, kw, kh, pairs)) {
+        pxFree(block);
+        filterC3RowsScalar(src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, division, 0, size.height);
+        return PxStsOk;
+    }
+
+    int32_t *sums = reinterpret_cast<int32_t *>(block + pairWords);
+    const int32_t rowBytes = size.width * 3, pairsPerRow = (kw + 1) / 2;
+    // The window's leftmost pixel lies KW - 1 pixels left of the anchor column.
+    const ptrdiff_t left = 3 * (static_cast<ptrdiff_t>(anchor.x) - kw + 1);
+    for (int32_t y = 0; y < size.height; ++y) {
+        // Kernel row j meets source row y + anchor.y - j: the window's rows top to bottom.
+        for (int32_t j = kh - 1; j >= 0; --j) {
+            const uint8_t *window = src + (static_cast<ptrdiff_t>(y) + anchor.y - j) * srcStep + left;
+            rowPass(window, pairs + static_cast<ptrdiff_t>(j) * pairsPerRow, kernel + static_cast<ptrdiff_t>(j) * kw,
+                    kw, sums, rowBytes, j == kh - 1);
+        }
+        finish(sums, dst + static_cast<ptrdiff_t>(y) * dstStep, rowBytes, division);
+    }
+    pxFree(block);
+    return PxStsOk;
+}
+
+namespace {
+const DispatchTable<decltype(pxFilterC3_ref)> filterC3Table = {pxFilterC3_ref, pxFilterC3_ssse3, pxFilterC3_ssse3,
+                                                               pxFilterC3_ssse3, pxFilterC3_avx2};
 }  // namespace
 
 }  // namespace px

@@ -31,8 +31,41 @@ void filterC3RowsScalar(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32
                         const int32_t *kernel, PxSize kernelSize, PxPoint anchor, const FilterDivision &division,
                         int32_t first, int32_t last);
 
+// The vector forms keep one row of 32-bit sums per output row and add one kernel row into it at a
+// time. Each kernel row is reversed (window pixel m meets coefficient KW - 1 - m) and repacked as
+// pairs of signed 16-bit coefficients, one pair for window pixels 2p and 2p + 1 repeated across
+// sixteen bytes, a lone last coefficient paired with 0, for 16-bit multiply-adds.
+struct alignas(16) FilterPair {
+    int16_t lanes[8];
+};
+
+// A form's two passes over a row of sums. The row pass adds the products of one kernel row (stores
+// them, with first) for output bytes 0 to count - 1; window points at the window's leftmost pixel
+// for output byte 0, and kernelRow at the kernel row's coefficients as the caller gave them.
+using FilterRowPass = void (*)(const uint8_t *window, const FilterPair *pairs, const int32_t *kernelRow, int32_t kw,
+                               int32_t *sums, int32_t count, bool first);
+// The finishing pass: count sums divided by the rule and saturated into out.
+using FilterFinishPass = void (*)(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
+
+// The ends of a row that the vector passes leave to the plain rule.
+void filterRowPassScalar(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,
+                         bool first);
+void filterFinishScalar(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
+
+// Levels 1 to 4 with their passes: the checks, then the row-of-sums walk where the kernel, the
+// region and the scratch allow it, and the scalar rule where they do not.
+PxStatus filterC3WithPasses(FilterRowPass rowPass, FilterFinishPass finish, const uint8_t *src, int32_t srcStep,
+                            uint8_t *dst, int32_t dstStep, PxSize size, const int32_t *kernel, PxSize kernelSize,
+                            PxPoint anchor, int32_t divisor);
+
 // Level 0, the reference: the scalar rule over the whole region, with no scratch.
 PxStatus pxFilterC3_ref(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                         const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor);
+
+// Levels 1 to 3 (SSSE3) and level 4 (AVX2).
+PxStatus pxFilterC3_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
+                          const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor);
+PxStatus pxFilterC3_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
+                         const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor);
 
 }  // namespace px

@@ -134,4 +134,50 @@ TEST(Filter, SumsAndDivision) {
     }
 }
 
+// Each level this processor runs, and then level 0 again.
+template <class Body>
+void atEveryLevel(Body body) {
+    for (int32_t level = 0; level <= 4; ++level) {
+        if (pxSetLevel(level) != PxStsOk) continue;
+        SCOPED_TRACE(testing::Message() << "level " << level);
+        body();
+    }
+    pxSetLevel(0);
+}
+
+// An 86x3 kernel of 32766 over 91x3 pixels of 255 but one of 5 at (85, 1), which every window of
+// the 6x1 region holds: each sum is 32766 * (257 * 255 + 5) = 2147483640, just below 2^31, in a
+// region wide enough for the vector forms.
+TEST(Filter, SumsAtTheTopOf32Bits) {
+    const struct { int32_t divisor; uint8_t want; const char *what; } rows[] = {
+        {1, 255, "plain: 2147483640 saturated, though in single precision it is 2^31"},
+        {1 << 30, 2, "shift 30: 1.99999999, where sum + half would pass 2^31"},
+        {-1, 0, "reciprocal: -2^31"},
+        {3, 255, "reciprocal: 715827880 saturated"},
+    };
+    Grey src(91, 3, 255);
+    src.set(85, 1, 5);
+    const std::vector<int32_t> kernel(258, 32766);
+    atEveryLevel([&] {
+        for (const auto &row : rows) {
+            std::vector<uint8_t> dst(18, kSentinel);
+            EXPECT_EQ(pxFilterC3(src.at(0, 0), 273, dst.data(), 18, {6, 1}, kernel.data(), {86, 3}, {85, 2},
+                                 row.divisor),
+                      PxStsOk);
+            EXPECT_EQ(dst, std::vector<uint8_t>(18, row.want)) << row.what;
+        }
+    });
+}
+
+// 4 * 10^8 pixels: three rows of 32-bit sums, and the vector forms' column sums with their slack
+// (2.4e9 bytes), both pass what a 32-bit count can ask for. Nothing is read or written.
+TEST(Sharpen, ScratchCannotBeHadAtAnyLevel) {
+    Grey src(3, 3, 100);
+    atEveryLevel([&] {
+        std::vector<uint8_t> dst(16, kSentinel);
+        EXPECT_EQ(pxSharpenC3(src.at(1, 1), 9, dst.data(), 9, {400000000, 1}), PxStsNoMem);
+        EXPECT_EQ(dst, std::vector<uint8_t>(16, kSentinel));
+    });
+}
+
 }  // namespace
