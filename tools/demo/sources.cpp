@@ -140,7 +140,10 @@ FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), p
     const int status = waitFor(probe);
     int w = 0, h = 0, rate = 0, base = 1;
     const int fields = std::sscanf(answer.c_str(), "%d,%d,%d/%d", &w, &h, &rate, &base);
-    if (status != 0 || fields < 2) throw std::runtime_error(path + ": " + firstLine(answer));
+    if (status != 0 || fields < 2) {
+        const std::string reason = firstLine(answer);  // ffprobe names the file in most of its messages
+        throw std::runtime_error(reason.find(path) == std::string::npos ? path + ": " + reason : reason);
+    }
     int32_t width = 0, height = 0;
     if (!parseSize(std::to_string(w) + "x" + std::to_string(h), width, height)) {
         throw std::runtime_error(path + ": a video of " + std::to_string(w) + "x" + std::to_string(h) +

@@ -36,7 +36,7 @@ X11Display::X11Display(bool allowPrivate) {
     const char *display = std::getenv("DISPLAY");
     if (display && *display) connection_ = connectTo(display);
     if (connection_) return;
-    if (!allowPrivate) throw std::runtime_error("no X display (DISPLAY is not set or does not answer)");
+    if (!allowPrivate) throw std::runtime_error("--show needs an X display, and DISPLAY is not set or does not answer");
     startServer();
 }
 
