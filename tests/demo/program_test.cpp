@@ -77,14 +77,14 @@ TEST(DemoProgram, RawFramesOverAPipe) {
     EXPECT_EQ(summary.str().rfind("kestrix-demo: standard input, 5 frames of 64x48 at 25 frames a second\n", 0), 0u);
 }
 
-// Frame 45 of the scene, the person in the gate zone: the window is 512x384 and the camera's name
+// Frame 52 of the scene, the person in the gate zone: the window is 512x384 and the camera's name
 // top left is red, over its white halo.
 TEST(DemoProgram, EmbeddedSceneSnapshot) {
     const TempDir dir;
     const Result result = runDemo(dir, "--frames 75");
     ASSERT_EQ(result.status, 0) << result.errors;
     int32_t width = 0, height = 0;
-    const std::string snapshot = (dir.path / "out" / "frame-0045.png").string();
+    const std::string snapshot = (dir.path / "out" / "frame-0052.png").string();
     EXPECT_GT(countColour(snapshot, 0xFF0000, 0, 0, 120, 20, width, height), 50);
     EXPECT_GT(countColour(snapshot, 0xFFFFFF, 0, 0, 120, 20, width, height), 50);
     EXPECT_EQ(width, 512);

@@ -33,7 +33,7 @@ constexpr double kDaylightLuma = 110.0;
 constexpr int32_t kDeinterlaceFrame = 72;
 // Frames of the embedded scene shown as the window showed them: the person in the gate zone, the
 // deinterlaced person, the road zone, the falling light, the dark, and after the floodlight.
-constexpr int32_t kSceneSnapshots[] = {45, 72, 110, 175, 205, 245};
+constexpr int32_t kSceneSnapshots[] = {52, 72, 110, 175, 205, 245};
 
 class Progress {
 public:
