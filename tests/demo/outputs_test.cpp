@@ -21,13 +21,13 @@ RgbImage readPng(const std::string &path) {
     if (!png_image_begin_read_from_file(&image, path.c_str())) return {};
     image.format = PNG_FORMAT_RGB;
     RgbImage picture(static_cast<int32_t>(image.width), static_cast<int32_t>(image.height));
-    if (!png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr)) return {};
+    if (!png_image_finish_read(&image, nullptr, picture.pixels.data(), 0, nullptr)) return {};
     return picture;
 }
 
 RgbImage filled(int32_t width, int32_t height, uint8_t value) {
     RgbImage picture(width, height);
-    for (size_t i = 0; i < picture.rgb.size(); ++i) picture.rgb[i] = static_cast<uint8_t>(value + i);
+    for (size_t i = 0; i < picture.pixels.size(); ++i) picture.pixels[i] = static_cast<uint8_t>(value + i);
     return picture;
 }
 
@@ -39,7 +39,7 @@ TEST(DemoOutputs, PngReadsBackAsWritten) {
     const RgbImage back = readPng(path);
     EXPECT_EQ(back.width, 5);
     EXPECT_EQ(back.height, 3);
-    EXPECT_EQ(back.rgb, picture.rgb);
+    EXPECT_EQ(back.pixels, picture.pixels);
     EXPECT_THROW(writePng((dir.path / "missing" / "picture.png").string(), picture), std::runtime_error);
 }
 

@@ -34,10 +34,10 @@ TEST(DemoScene, SameBytesOnEveryRun) {
     for (int32_t index : {0, 45, 72, 210}) {
         first.render(index, {}, a);
         second.render(index, {}, b);
-        EXPECT_EQ(a.bgr, b.bgr) << index;
+        EXPECT_EQ(a.pixels, b.pixels) << index;
     }
     first.render(0, {}, b);
-    EXPECT_NE(a.bgr, b.bgr);  // frame 210 against frame 0: the noise moves, the light has gone
+    EXPECT_NE(a.pixels, b.pixels);  // frame 210 against frame 0: the noise moves, the light has gone
 }
 
 // The mortar at (10, 18) is blue 165 with two levels of noise either way, times the light and the

@@ -100,8 +100,8 @@ Client::Client(int32_t width, int32_t height, const ClientOptions &options, int3
 Client::~Client() { MotionClose(detector_); }
 
 void Client::process(Frame &frame, int32_t mode) {
-    const int32_t size = static_cast<int32_t>(frame.bgr.size());
-    BmpProcess(&header_, frame.bgr.data(), size, scratch_.data(), static_cast<int32_t>(scratch_.size()), mode);
+    const int32_t size = static_cast<int32_t>(frame.pixels.size());
+    BmpProcess(&header_, frame.pixels.data(), size, scratch_.data(), static_cast<int32_t>(scratch_.size()), mode);
 }
 
 void Client::weave(Frame &frame) { process(frame, 1); }
@@ -116,7 +116,7 @@ FrameRecord Client::handle(int32_t index, Frame &frame, bool stacked, int32_t sh
 
     if (stacked) process(frame, 2);
 
-    const uint8_t *motionPixels = frame.bgr.data();
+    const uint8_t *motionPixels = frame.pixels.data();
     if (!motionRows_.empty()) {
         const size_t step = motionRows_.size() / static_cast<size_t>(frame.height);
         for (int32_t y = 0; y < frame.height; ++y) std::memcpy(&motionRows_[y * step], frame.row(y), frame.rowBytes());
@@ -124,19 +124,19 @@ FrameRecord Client::handle(int32_t index, Frame &frame, bool stacked, int32_t sh
     }
     MotionCompare(detector_, &header_, motionPixels, &record.mask);
 
-    record.luma = BmpGetYDc(frame.bgr.data(), header_.biSizeImage);
+    record.luma = BmpGetYDc(frame.pixels.data(), header_.biSizeImage);
     record.move = ChangeGain3(&record.luma, shutterWidth, &camera.stage, &camera.gain, &camera.shutter);
     record.after = camera;
 
     BITMAPINFOHEADER thumbHeader = dibHeader(kThumbWidth, kThumbHeight);
-    BmpStretchDIB(&header_, frame.bgr.data(), &thumbHeader, thumbnail_.bgr.data(), stretchWork_.data(), -1, 1);
+    BmpStretchDIB(&header_, frame.pixels.data(), &thumbHeader, thumbnail_.pixels.data(), stretchWork_.data(), -1, 1);
 
     if (window_) {
         const std::string &name = options_.cameraName;
         const std::string time = timeText(index, framesPerSecond);
         const int32_t textState = record.mask ? 0 : 1;  // red while a zone is in motion, else blue
         JpegDecompress3(window_, layout_.windowWidth, layout_.windowHeight, outlines_.data(),
-                        static_cast<int32_t>(outlines_.size()), &header_, frame.bgr.data(), name.c_str(),
+                        static_cast<int32_t>(outlines_.size()), &header_, frame.pixels.data(), name.c_str(),
                         static_cast<int32_t>(name.size()), textState, time.c_str(), static_cast<int32_t>(time.size()),
                         0, 0, 0, resizeTarget_.data(), 1, 0);
     }

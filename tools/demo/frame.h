@@ -10,28 +10,25 @@
 
 namespace kx::demo {
 
-struct Frame {
+// Pixels of three bytes, rows top-down and tightly packed; Order tells the bytes of a pixel apart.
+template <typename Order> struct Picture {
     int32_t width = 0;
     int32_t height = 0;
-    std::vector<uint8_t> bgr;
+    std::vector<uint8_t> pixels;
 
-    Frame() = default;
-    Frame(int32_t w, int32_t h) : width(w), height(h), bgr(static_cast<size_t>(w) * h * 3) {}
+    Picture() = default;
+    Picture(int32_t w, int32_t h) : width(w), height(h), pixels(static_cast<size_t>(w) * h * 3) {}
     size_t rowBytes() const { return static_cast<size_t>(width) * 3; }
-    uint8_t *row(int32_t y) { return bgr.data() + static_cast<size_t>(y) * rowBytes(); }
-    const uint8_t *row(int32_t y) const { return bgr.data() + static_cast<size_t>(y) * rowBytes(); }
+    uint8_t *row(int32_t y) { return pixels.data() + static_cast<size_t>(y) * rowBytes(); }
+    const uint8_t *row(int32_t y) const { return pixels.data() + static_cast<size_t>(y) * rowBytes(); }
+    uint8_t *at(int32_t x, int32_t y) { return row(y) + static_cast<size_t>(x) * 3; }
+    const uint8_t *at(int32_t x, int32_t y) const { return row(y) + static_cast<size_t>(x) * 3; }
 };
 
-struct RgbImage {
-    int32_t width = 0;
-    int32_t height = 0;
-    std::vector<uint8_t> rgb;
-
-    RgbImage() = default;
-    RgbImage(int32_t w, int32_t h) : width(w), height(h), rgb(static_cast<size_t>(w) * h * 3) {}
-    uint8_t *at(int32_t x, int32_t y) { return rgb.data() + (static_cast<size_t>(y) * width + x) * 3; }
-    const uint8_t *at(int32_t x, int32_t y) const { return rgb.data() + (static_cast<size_t>(y) * width + x) * 3; }
-};
+struct BlueGreenRed;
+struct RedGreenBlue;
+using Frame = Picture<BlueGreenRed>;   // what the library takes
+using RgbImage = Picture<RedGreenBlue>;  // what PNG files hold
 
 // The header of a packed 24-bit frame; biSizeImage is the pixel block's size.
 inline BITMAPINFOHEADER dibHeader(int32_t width, int32_t height) {

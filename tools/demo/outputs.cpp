@@ -64,7 +64,7 @@ RgbImage contactSheet(const std::vector<RgbImage> &pictures, int32_t columns) {
     columns = std::max(1, std::min(columns, count));
     const int32_t rows = (count + columns - 1) / columns;
     RgbImage sheet(kGap + columns * (cellWidth + kGap), kGap + rows * (cellHeight + kGap));
-    std::fill(sheet.rgb.begin(), sheet.rgb.end(), uint8_t{32});
+    std::fill(sheet.pixels.begin(), sheet.pixels.end(), uint8_t{32});
     for (int32_t i = 0; i < count; ++i) {
         const RgbImage &p = pictures[static_cast<size_t>(i)];
         const int32_t left = kGap + i % columns * (cellWidth + kGap), top = kGap + i / columns * (cellHeight + kGap);

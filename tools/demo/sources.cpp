@@ -114,9 +114,9 @@ RawSource::~RawSource() {
 
 bool RawSource::next(Frame &frame) {
     if (frame.width != width_ || frame.height != height_) frame = Frame(width_, height_);
-    const size_t got = readFully(fd_, frame.bgr.data(), frame.bgr.size());
+    const size_t got = readFully(fd_, frame.pixels.data(), frame.pixels.size());
     if (got == 0) return false;
-    if (got < frame.bgr.size()) {
+    if (got < frame.pixels.size()) {
         throw std::runtime_error("the input ended " + std::to_string(got) + " bytes into frame " +
                                  std::to_string(frames_ + 1) + " of " + std::to_string(width_) + "x" +
                                  std::to_string(height_) + " (is that the frames' size?)");
