@@ -84,7 +84,12 @@ TEST(DemoClient, ExposureLoopSettles) {
 }
 
 TEST(DemoClient, PaintLayout) {
-    const struct { int32_t width, height, windowWidth, windowHeight; RECT shown; bool resized; RECT zone, outline; } rows[] = {
+    const struct {
+        int32_t width, height, windowWidth, windowHeight;
+        RECT shown;
+        bool resized;
+        RECT zone, outline;
+    } rows[] = {
         // Columns 40 to 679, rows 1 to 480 scaled by 0.8; the outline is scaled by 512/720 and 384/576.
         {720, 576, 512, 384, {40, 1, 680, 481}, true, {56, 240, 320, 470}, {18, 286, 315, 562}},
         // The 320x240 crop of 352x288 is painted from column 17 unscaled.

@@ -75,8 +75,8 @@ private:
     void *detector_ = nullptr;
     BITMAPINFOHEADER header_;
     std::vector<RECT> outlines_;
-    std::vector<uint8_t> scratch_;      // BmpProcess
-    std::vector<uint8_t> motionRows_;   // the frame in 32-bit aligned rows, where its own are not
+    std::vector<uint8_t> scratch_;  // BmpProcess
+    std::vector<uint8_t> motionRows_;  // the frame in 32-bit aligned rows, where its own are not
     std::vector<uint8_t> stretchWork_;  // BmpStretchDIB
     std::vector<uint8_t> resizeTarget_;
     Frame thumbnail_;

@@ -11,7 +11,8 @@
 namespace kx::demo {
 
 // Pixels of three bytes, rows top-down and tightly packed; Order tells the bytes of a pixel apart.
-template <typename Order> struct Picture {
+template <typename Order>
+struct Picture {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint8_t> pixels;
@@ -27,7 +28,7 @@ template <typename Order> struct Picture {
 
 struct BlueGreenRed;
 struct RedGreenBlue;
-using Frame = Picture<BlueGreenRed>;   // what the library takes
+using Frame = Picture<BlueGreenRed>;  // what the library takes
 using RgbImage = Picture<RedGreenBlue>;  // what PNG files hold
 
 // The header of a packed 24-bit frame; biSizeImage is the pixel block's size.

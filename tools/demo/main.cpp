@@ -27,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 
 // The embedded scene's luminance in daylight at the camera's resting exposure. Footage is taken to
 // be lit by its own luminance over this, which gives the shutter width its camera would report.
-constexpr double kDaylightLuma = 110.0;
+constexpr double kDaylightLuma = 113.0;
 
 // The frame whose stacked fields are shown woven and deinterlaced side by side.
 constexpr int32_t kDeinterlaceFrame = 72;
@@ -115,8 +115,8 @@ int run(const Options &options) {
         info.zones.push_back({0, 0, info.width, info.height});
         info.zoneNames.push_back("whole frame");
     }
-    const int32_t total = scene ? (options.frames ? std::min(options.frames, Scene::kFrames) : Scene::kFrames)
-                                : options.frames;
+    const int32_t total =
+        scene ? (options.frames ? std::min(options.frames, Scene::kFrames) : Scene::kFrames) : options.frames;
 
     std::error_code failed;
     fs::create_directories(options.out, failed);
@@ -142,6 +142,7 @@ int run(const Options &options) {
     Frame frame, woven;
     const auto start = Clock::now();
     int32_t nextSnapshot = 0;  // footage: frames 0, 50, 100, 200, 400, ...
+    int32_t lastSnapshot = -1;
     for (int32_t index = 0; total == 0 || index < total; ++index) {
         bool stacked = false;
         int32_t shutterWidth = 0;
@@ -164,23 +165,26 @@ int run(const Options &options) {
         if (compareFields) {
             const RECT who = Scene::person(index);
             const int32_t x = (who.left + who.right) / 2 - 80, y = who.top;
-            writePicture("deinterlace.png", contactSheet({toRgb(woven, x, y, 160, 120, 2), toRgb(frame, x, y, 160, 120, 2)}, 2));
+            const RgbImage before = toRgb(woven, x, y, 160, 120, 2), after = toRgb(frame, x, y, 160, 120, 2);
+            writePicture("deinterlace.png", contactSheet({before, after}, 2));
         }
         const bool snapshot = scene ? std::find(std::begin(kSceneSnapshots), std::end(kSceneSnapshots), index) !=
                                           std::end(kSceneSnapshots)
                                     : index == nextSnapshot;
         if (snapshot) {
             writePicture(snapshotName(index), window.read());
+            lastSnapshot = index;
             nextSnapshot = nextSnapshot ? 2 * nextSnapshot : 50;
         }
         thumbnails.offer(index, client.thumbnail());
-        if (options.show) std::this_thread::sleep_until(start + std::chrono::microseconds(1000000 / info.framesPerSecond) * (index + 1));
+        if (options.show)
+            std::this_thread::sleep_until(start + (index + 1) * std::chrono::seconds(1) / info.framesPerSecond);
         progress.update(index + 1);
     }
     const int32_t done = static_cast<int32_t>(records.size());
     progress.update(done, true);
     if (!done) throw std::runtime_error("no frames to show");
-    if (!scene && done - 1 != nextSnapshot / 2 && done - 1 != 0) {
+    if (!scene && lastSnapshot != done - 1) {
         writePicture(snapshotName(done - 1), window.read());  // the last frame is still in the window
     }
     writePicture("contact-sheet.png", contactSheet(thumbnails.pictures(), 5));
@@ -211,7 +215,8 @@ int main(int argc, char **argv) {
     try {
         return run(options);
     } catch (const std::exception &e) {
-        std::fprintf(stderr, "\nkestrix-demo: %s\n" + (isatty(2) ? 0 : 1), e.what());
+        if (isatty(2)) std::fputc('\n', stderr);  // below the progress bar
+        std::fprintf(stderr, "kestrix-demo: %s\n", e.what());
         return 1;
     }
 }

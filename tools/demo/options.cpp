@@ -11,8 +11,8 @@ namespace {
 
 int32_t parseNumber(const std::string &option, const std::string &text, int32_t low, int32_t high) {
     int value = 0, used = 0;
-    if (std::sscanf(text.c_str(), "%d%n", &value, &used) != 1 || used != static_cast<int>(text.size()) ||
-        value < low || value > high) {
+    if (std::sscanf(text.c_str(), "%d%n", &value, &used) != 1 || used != static_cast<int>(text.size()) || value < low ||
+        value > high) {
         throw std::invalid_argument(option + " takes a number from " + std::to_string(low) + " to " +
                                     std::to_string(high) + ", not \"" + text + "\"");
     }

@@ -16,7 +16,7 @@ struct Options {
     int32_t frames = 0;  // 0: all there are
     int32_t sensitivity = 4;
     std::vector<RECT> zones;  // empty: the scene's own, or the whole frame of footage
-    std::string input;        // a video for ffmpeg
+    std::string input;  // a video for ffmpeg
     int32_t rawWidth = 0, rawHeight = 0;  // --raw: frames on standard input
 };
 

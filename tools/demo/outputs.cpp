@@ -119,10 +119,17 @@ std::string escaped(const std::string &text) {
     std::string out;
     for (char c : text) {
         switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        default: out += c;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            default:
+                out += c;
         }
     }
     return out;
@@ -145,11 +152,11 @@ std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info
     auto xOf = [&](double index) { return kLeft + index * kPlotWidth / frames; };
 
     std::ostringstream svg;
-    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kLeft + kPlotWidth + 170 << "\" height=\""
-        << height << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
+    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kLeft + kPlotWidth + 170 << "\" height=\"" << height
+        << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
         << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-        << "<text x=\"" << kLeft << "\" y=\"20\" font-size=\"14\">" << escaped(info.source) << ": exposure loop and motion, "
-        << records.size() << " frames</text>\n";
+        << "<text x=\"" << kLeft << "\" y=\"20\" font-size=\"14\">" << escaped(info.source)
+        << ": exposure loop and motion, " << records.size() << " frames</text>\n";
     // Stacked-field frames, shaded across the plot.
     std::vector<int32_t> stacked;
     for (const FrameRecord &r : records) {
@@ -186,12 +193,13 @@ std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info
         }
         svg << "\"/>\n<line x1=\"" << kLeft + kPlotWidth + 12 << "\" y1=\"" << legendY - 4 << "\" x2=\""
             << kLeft + kPlotWidth + 30 << "\" y2=\"" << legendY - 4 << "\" stroke=\"" << s.colour
-            << "\" stroke-width=\"2\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY << "\">"
-            << s.name << "</text>\n";
+            << "\" stroke-width=\"2\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY << "\">" << s.name
+            << "</text>\n";
         legendY += 18;
     }
     svg << "<rect x=\"" << kLeft + kPlotWidth + 12 << "\" y=\"" << legendY - 10 << "\" width=\"18\" height=\"10\" "
-        << "fill=\"#fff2c0\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY << "\">stacked fields</text>\n";
+        << "fill=\"#fff2c0\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY
+        << "\">stacked fields</text>\n";
     // The frames whose ChangeGain3 moved the camera, as ticks above the plot.
     for (const FrameRecord &r : records) {
         if (r.after == r.before) continue;
@@ -203,9 +211,9 @@ std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info
     // One lane a zone: a bar for every frame in motion.
     for (size_t zone = 0; zone < zoneCount; ++zone) {
         const double y = lanesTop + kLaneHeight * static_cast<double>(zone);
-        svg << "<text x=\"" << kLeft - 6 << "\" y=\"" << y + 13 << "\" text-anchor=\"end\">" << escaped(zoneLabel(info, zone))
-            << "</text>\n<rect x=\"" << kLeft << "\" y=\"" << y << "\" width=\"" << kPlotWidth << "\" height=\""
-            << kLaneHeight - 6 << "\" fill=\"#f0f0f0\"/>\n";
+        svg << "<text x=\"" << kLeft - 6 << "\" y=\"" << y + 13 << "\" text-anchor=\"end\">"
+            << escaped(zoneLabel(info, zone)) << "</text>\n<rect x=\"" << kLeft << "\" y=\"" << y << "\" width=\""
+            << kPlotWidth << "\" height=\"" << kLaneHeight - 6 << "\" fill=\"#f0f0f0\"/>\n";
         for (const auto &[first, last] : runsOf(framesInMotion(records, zone))) {
             svg << "<rect x=\"" << number(xOf(first)) << "\" y=\"" << y << "\" width=\""
                 << number(xOf(last + 1) - xOf(first)) << "\" height=\"" << kLaneHeight - 6 << "\" fill=\"#d62728\"/>\n";

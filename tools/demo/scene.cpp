@@ -31,7 +31,9 @@ uint32_t mix(uint32_t a) {
 uint32_t hash(uint32_t x, uint32_t y, uint32_t z = 0) { return mix(x * 0x9E3779B1u ^ mix(y * 0x85EBCA77u ^ mix(z))); }
 
 // A signed value in [-spread, spread] from a hash.
-float jitter(uint32_t h, int32_t spread) { return static_cast<float>(static_cast<int32_t>(h % (2 * spread + 1)) - spread); }
+float jitter(uint32_t h, int32_t spread) {
+    return static_cast<float>(static_cast<int32_t>(h % (2 * spread + 1)) - spread);
+}
 
 bool inside(const RECT &r, int32_t x, int32_t y) { return x >= r.left && x < r.right && y >= r.top && y < r.bottom; }
 
@@ -42,7 +44,7 @@ struct Bgr {
 Bgr wall(int32_t x, int32_t y) {
     if (inside(kWindowPane, x, y)) {
         const bool frame = x < kWindowPane.left + 6 || x >= kWindowPane.right - 6 || y < kWindowPane.top + 6 ||
-                           y >= kWindowPane.bottom - 6 || std::abs(x - 190) < 3;
+                           y >= kWindowPane.bottom - 6 || std::abs(x - (kWindowPane.left + kWindowPane.right) / 2) < 3;
         if (frame) return {200, 205, 210};
         const float sheen = static_cast<float>(y - kWindowPane.top) * 0.3f;  // the sky mirrored in the glass
         return {120 + sheen, 90 + sheen * 0.5f, 60};
@@ -101,9 +103,7 @@ float lampLevel(int32_t index) {
 
 }  // namespace
 
-double exposureFactor(const CameraSettings &s) {
-    return (s.gain / 32.0) * (s.shutter / 176.0) * (s.stage / 64.0);
-}
+double exposureFactor(const CameraSettings &s) { return (s.gain / 32.0) * (s.shutter / 176.0) * (s.stage / 64.0); }
 
 int32_t reportedShutterWidth(double light) {
     return static_cast<int32_t>(std::clamp(std::lround(300.0 / light), 1L, 4000L));
@@ -159,7 +159,8 @@ void Scene::renderRow(int32_t y, double time, int32_t index, double exposure, ui
         }
         personAt(who, time, x, y, c);
         // Sensor noise of two levels either way, the same for the three channels.
-        const float noise = jitter(hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(index) + 7), 2);
+        const float noise =
+            jitter(hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(index) + 7), 2);
         const float value[3] = {c.b * scale + noise, c.g * scale + noise, c.r * scale + noise};
         for (int i = 0; i < 3; ++i) out[i] = static_cast<uint8_t>(std::clamp(std::lround(value[i]), 0L, 255L));
     }

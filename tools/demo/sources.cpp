@@ -69,8 +69,7 @@ size_t readFully(int fd, uint8_t *data, size_t size) {
 
 int waitFor(pid_t child) {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {}
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -127,7 +126,8 @@ bool RawSource::next(Frame &frame) {
 
 FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), path_(path) {
     if (findProgram("ffmpeg").empty() || findProgram("ffprobe").empty()) {
-        throw std::runtime_error("--input needs ffmpeg and ffprobe, which are not installed (scripts/demo installs them)");
+        throw std::runtime_error(
+            "--input needs ffmpeg and ffprobe, which are not installed (scripts/demo installs them)");
     }
     int probeOut = -1;
     const pid_t probe = spawn({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
@@ -135,7 +135,8 @@ FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), p
                               true, probeOut);
     std::string answer;
     char buffer[512];
-    for (ssize_t got; (got = read(probeOut, buffer, sizeof(buffer))) > 0;) answer.append(buffer, static_cast<size_t>(got));
+    for (ssize_t got; (got = read(probeOut, buffer, sizeof(buffer))) > 0;)
+        answer.append(buffer, static_cast<size_t>(got));
     close(probeOut);
     const int status = waitFor(probe);
     int w = 0, h = 0, rate = 0, base = 1;
@@ -152,8 +153,8 @@ FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), p
     width_ = width;
     height_ = height;
     if (fields == 4 && rate > 0 && base > 0) framesPerSecond_ = std::max(1, (rate + base / 2) / base);
-    decoder_ = spawn({"ffmpeg", "-v", "error", "-nostdin", "-i", path, "-f", "rawvideo", "-pix_fmt", "bgr24", "-"}, false,
-                     fd_);
+    decoder_ = spawn({"ffmpeg", "-v", "error", "-nostdin", "-i", path, "-f", "rawvideo", "-pix_fmt", "bgr24", "-"},
+                     false, fd_);
 }
 
 int FfmpegSource::finish() {

@@ -135,11 +135,11 @@ RgbImage X11Window::read() const {
         visual->bits_per_rgb_value != 8) {
         throw std::runtime_error("the X display's pixel format is not one the demo reads back (24-bit colour)");
     }
-    xcb_get_image_reply_t *image = xcb_get_image_reply(
-        connection_,
-        xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, 0, 0, static_cast<uint16_t>(width_),
-                      static_cast<uint16_t>(height_), ~0u),
-        nullptr);
+    xcb_get_image_reply_t *image =
+        xcb_get_image_reply(connection_,
+                            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, 0, 0,
+                                          static_cast<uint16_t>(width_), static_cast<uint16_t>(height_), ~0u),
+                            nullptr);
     if (!image) throw std::runtime_error("cannot read the window back");
     const uint8_t *data = xcb_get_image_data(image);
     const size_t stride = static_cast<size_t>(xcb_get_image_data_length(image)) / static_cast<size_t>(height_);
@@ -149,7 +149,8 @@ RgbImage X11Window::read() const {
         for (int32_t x = 0; x < width_; ++x) {
             uint32_t pixel = 0;
             std::memcpy(&pixel, data + y * stride + static_cast<size_t>(x) * bytesPerPixel, bytesPerPixel);
-            for (int i = 0; i < 3; ++i) picture.at(x, y)[i] = static_cast<uint8_t>((pixel & masks[i]) >> maskShift(masks[i]));
+            for (int i = 0; i < 3; ++i)
+                picture.at(x, y)[i] = static_cast<uint8_t>((pixel & masks[i]) >> maskShift(masks[i]));
         }
     }
     std::free(image);
