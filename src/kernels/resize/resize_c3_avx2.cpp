@@ -5,7 +5,7 @@
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, pxCubicImage, pxLanczosImage,
+constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, cubicImageAvx2, pxLanczosImage,
                                               pxResizeCoefficients};
 }  // namespace
 

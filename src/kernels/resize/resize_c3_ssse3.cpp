@@ -6,7 +6,7 @@
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, pxCubicImage, pxLanczosImage,
+constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, cubicImageSsse3, pxLanczosImage,
                                                pxResizeCoefficients};
 }  // namespace
 

@@ -42,4 +42,19 @@ void linearImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t 
 void nearestImageSsse3(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
                        const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
 
+// Cubic: the horizontal pass column by column in vector lanes, the vertical one eight and then four
+// samples at a time, the rest of a row by the plain rule.
+void cubicRowSsse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                   const float *xFraction, float *out);
+void cubicCombineSsse3(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                       const float *r3);
+
+// The cubic image functions of levels 1 to 3 and of level 4.
+void cubicImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                     const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                     float *const rows[4], int32_t pixelStride, int32_t channels);
+void cubicImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                    const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
+                    float *const rows[4], int32_t pixelStride, int32_t channels);
+
 }  // namespace px

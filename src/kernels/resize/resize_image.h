@@ -76,6 +76,19 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                         const float *r3);
 
+// The two passes of cubic interpolation as one level has them.
+struct CubicPasses {
+    void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const float *xFraction,
+                float *out);
+    void (*combine)(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                    const float *r3);
+};
+
+// The ring of four rows of pxCubicImage with a level's passes; every level walks alike.
+void cubicWalk(const CubicPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+               int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yFraction,
+               const float *xFraction, float *const rows[4], int32_t pixelStride, int32_t channels);
+
 // The three-lobed Lanczos kernel at steps of 0.01 from 0 to 3, and a 0 beyond.
 extern const float pxLanczosKernel[302];
 
