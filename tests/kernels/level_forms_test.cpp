@@ -193,6 +193,13 @@ const std::vector<KernelRow> &kernelRows() {
         {"cubic enlarge", resizeRun(PxCubic, 800.0 / 720.0, 600.0 / 576.0, 3), nullptr, 1, 0.001},
         {"cubic shrink", resizeRun(PxCubic, 0.55, 0.4, 9), nullptr, 1, 0.001},
         {"cubic odd inset", resizeRun(PxCubic, 11.0 / 7.0, 0.9, 5, 1), nullptr, 1, 0.001},
+        // Lanczos needs 8 rows and columns; narrower geometries try its lowered forms. Enlarging walks
+        // the rows one by one, shrinking lets them jump; the inset rectangles start at the image's
+        // second and fourth columns, with and without the left edge rule.
+        {"lanczos enlarge", resizeRun(PxLanczos, 800.0 / 720.0, 600.0 / 576.0, 7), nullptr, 1, 0.001},
+        {"lanczos shrink", resizeRun(PxLanczos, 0.55, 0.3, 20), nullptr, 1, 0.001},
+        {"lanczos odd inset 1", resizeRun(PxLanczos, 11.0 / 7.0, 0.9, 9, 1), nullptr, 1, 0.001},
+        {"lanczos double inset 3", resizeRun(PxLanczos, 2.0, 0.7, 13, 3), nullptr, 1, 0.001},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
         {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},

@@ -5,8 +5,8 @@
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, cubicImageAvx2, pxLanczosImage,
-                                              pxResizeCoefficients};
+constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, cubicImageAvx2, lanczosImageAvx2,
+                                              resizeCoefficientsSsse3};
 }  // namespace
 
 PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

@@ -57,4 +57,27 @@ void cubicImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t d
                     const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
                     float *const rows[4], int32_t pixelStride, int32_t channels);
 
+// Lanczos: whether a column's entry lies where all six taps are in the image and no edge rule
+// applies; the horizontal pass of such columns in vector lanes, the others by the plain rule; the
+// vertical pass eight and then four samples at a time.
+bool lanczosInterior(int32_t at, int32_t rectX, int32_t colsLeft);
+void lanczosRowSsse3(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                     float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
+void lanczosCombineSsse3(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+
+// The Lanczos weights of levels 1 to 4, four fractions at a time; the same floats as level 0.
+void resizeCoefficientsSsse3(const float *fractions, int32_t count, float *coefficients, const float *kernel);
+
+// The Lanczos image functions of levels 1 to 3 and of level 4.
+void lanczosImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                       const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                       const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                       int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                       int32_t channels);
+void lanczosImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
+                      const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                      const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
+                      int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
+                      int32_t channels);
+
 }  // namespace px

@@ -116,6 +116,19 @@ void pxLanczosCombine(uint8_t *dst, int32_t count, const float *coefficients, co
 // The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
 void pxLanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
 
+// The two passes of Lanczos interpolation as one level has them.
+struct LanczosPasses {
+    void (*row)(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
+    void (*combine)(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+};
+
+// The ring of six rows of pxLanczosImage with a level's passes; every level walks alike.
+void lanczosWalk(const LanczosPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                 int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                 const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY, int32_t colsLeft,
+                 int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride, int32_t channels);
+
 // Which of the supersampling cell's sides, in source pixels, have a fraction.
 enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
 
