@@ -200,6 +200,15 @@ const std::vector<KernelRow> &kernelRows() {
         {"lanczos shrink", resizeRun(PxLanczos, 0.55, 0.3, 20), nullptr, 1, 0.001},
         {"lanczos odd inset 1", resizeRun(PxLanczos, 11.0 / 7.0, 0.9, 9, 1), nullptr, 1, 0.001},
         {"lanczos double inset 3", resizeRun(PxLanczos, 2.0, 0.7, 13, 3), nullptr, 1, 0.001},
+        // Supersampling adds in the reference's order in every mode: no byte may differ. Whole cells
+        // of 2 by 2, of 1 by 3 (columns left as they are), fractional columns, rows and both, and a
+        // cell of 3.5 by 2.5 that the inset rectangle holds once or not at all in narrow geometries.
+        {"super half", resizeRun(PxSuper, 0.5, 0.5, 1)},
+        {"super third rows", resizeRun(PxSuper, 1.0, 1.0 / 3.0, 6)},
+        {"super fraction x", resizeRun(PxSuper, 2.0 / 3.0, 0.5, 3)},
+        {"super fraction y", resizeRun(PxSuper, 0.25, 0.4, 9)},
+        {"super fraction xy", resizeRun(PxSuper, 0.7, 0.45, 5)},
+        {"super odd inset", resizeRun(PxSuper, 1.0 / 3.5, 0.4, 12, 1)},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
         {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},

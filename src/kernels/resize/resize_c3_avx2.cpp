@@ -6,7 +6,7 @@
 namespace px {
 namespace {
 constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, cubicImageAvx2, lanczosImageAvx2,
-                                              resizeCoefficientsSsse3};
+                                              resizeCoefficientsSsse3, superC3Avx2};
 }  // namespace
 
 PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

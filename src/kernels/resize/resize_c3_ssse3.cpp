@@ -7,7 +7,7 @@
 namespace px {
 namespace {
 constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, cubicImageSsse3, lanczosImageSsse3,
-                                               resizeCoefficientsSsse3};
+                                               resizeCoefficientsSsse3, superC3Ssse3};
 }  // namespace
 
 PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

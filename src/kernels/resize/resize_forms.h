@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "kernels/resize/resize_engine.h"
+
 namespace px {
 
 using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
@@ -79,5 +81,25 @@ void lanczosImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t
                       const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
                       int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
                       int32_t channels);
+
+// Supersampling: rows added sixteen pixels at a time, cells summed with a pixel's three channels
+// side by side, the store sixteen pixels at a time; the rest of a row by the plain passes. Every
+// channel adds in the plain order, so these give the bytes of level 0.
+void superAddRowSsse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+void superAddRowFloatSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+void superAddRowWeightedSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight);
+void superCollapseWholeSsse3(uint32_t *line, int32_t span, int64_t blockX);
+void superCollapseWholeFloatSsse3(float *line, int32_t span, int64_t blockX);
+void superCollapseFractionSsse3(float *line, int32_t span, int64_t blockX, double invX);
+void superStoreSsse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
+void superStoreFloatSsse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+
+// The supersampling engines of levels 1 to 3 and of level 4.
+PxStatus superC3Ssse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
+                      int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+                      int32_t rowsLeft);
+PxStatus superC3Avx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
+                     int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+                     int32_t rowsLeft);
 
 }  // namespace px
