@@ -101,49 +101,41 @@ void storeCells(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pix
     superStore(dst + int64_t{p} * pixelStride, line + 3 * p, dstW - p, pixelStride, area);
 }
 
+// Packed rows only: runs add over the row's whole groups of pixels, four elements at a time as
+// 32-bit integers with the index of the first, and returns the pixels done.
+template <typename Add> int32_t addGroups(const uint8_t *row, int32_t span, int32_t pixelStride, Add add) {
+    if (pixelStride != 3) return 0;
+    int32_t p = 0;
+    for (; p + kGroup <= span; p += kGroup)
+        for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
+            const Widened w = widen(loadBytes(row + i));
+            for (int k = 0; k < 4; ++k) add(i + 4 * k, w.part[k]);
+        }
+    return p;
+}
+
 }  // namespace
 
 void superAddRowSsse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
-    int32_t p = 0;
-    if (pixelStride == 3)
-        for (; p + kGroup <= span; p += kGroup)
-            for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
-                const Widened w = widen(loadBytes(row + i));
-                for (int k = 0; k < 4; ++k) {
-                    auto *at = reinterpret_cast<__m128i *>(line + i + 4 * k);
-                    _mm_storeu_si128(at, _mm_add_epi32(_mm_loadu_si128(at), w.part[k]));
-                }
-            }
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        auto *at = reinterpret_cast<__m128i *>(line + i);
+        _mm_storeu_si128(at, _mm_add_epi32(_mm_loadu_si128(at), e));
+    });
     superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
 void superAddRowFloatSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
-    int32_t p = 0;
-    if (pixelStride == 3)
-        for (; p + kGroup <= span; p += kGroup)
-            for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
-                const Widened w = widen(loadBytes(row + i));
-                for (int k = 0; k < 4; ++k) {
-                    float *at = line + i + 4 * k;
-                    _mm_storeu_ps(at, _mm_add_ps(_mm_loadu_ps(at), _mm_cvtepi32_ps(w.part[k])));
-                }
-            }
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), _mm_cvtepi32_ps(e)));
+    });
     superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
 void superAddRowWeightedSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
-    int32_t p = 0;
-    if (pixelStride == 3) {
-        const __m128d w = _mm_set1_pd(weight);
-        for (; p + kGroup <= span; p += kGroup)
-            for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
-                const Widened e = widen(loadBytes(row + i));
-                for (int k = 0; k < 4; ++k) {
-                    float *at = line + i + 4 * k;
-                    _mm_storeu_ps(at, _mm_add_ps(_mm_loadu_ps(at), scaled(_mm_cvtepi32_ps(e.part[k]), w)));
-                }
-            }
-    }
+    const __m128d w = _mm_set1_pd(weight);
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), scaled(_mm_cvtepi32_ps(e), w)));
+    });
     superAddRowWeighted(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride, weight);
 }
 
