@@ -1,4 +1,5 @@
-// pxResizeC3 at level 4: the linear blend in 256-bit registers, the rest as at level 3.
+// pxResizeC3 at level 4: linear, cubic, Lanczos and the supersampling row adds in 256-bit registers;
+// nearest and the Lanczos weights as at level 3.
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"

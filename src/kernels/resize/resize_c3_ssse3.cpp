@@ -1,5 +1,4 @@
-// pxResizeC3 at levels 1 to 3: the vector nearest and linear image functions; cubic, Lanczos and
-// supersampling run their plain forms.
+// pxResizeC3 at levels 1 to 3: the vector image functions, Lanczos weights and supersampling engine.
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"

@@ -1,6 +1,7 @@
 // The vector image functions of the resize and what their forms share. The SSSE3 ones serve levels
 // 1 to 3; level 4 runs the nearest copy and the linear row pass of SSSE3, which gather a few
-// columns at a time and gain nothing from wider registers, and blends in 256-bit registers.
+// columns at a time and gain nothing from wider registers, and blends in 256-bit registers. Its
+// cubic and Lanczos forms take two columns or eight samples to a register.
 #pragma once
 
 #include <cstdint>
