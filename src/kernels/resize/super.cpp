@@ -13,7 +13,6 @@ constexpr double kE = kSuperSnap;
 // The line keeps three accumulators per source pixel, packed, whatever the pixel stride.
 constexpr int32_t kChannels = 3;
 
-
 // Full add of span pixels: a plain 32-bit integer add in SuperIntegral, else each element as a float.
 // Packed pixels make the row and the line one flat run, which the compiler takes in vector steps.
 template <typename Accumulator>
@@ -158,8 +157,8 @@ void storeCells(const SuperPasses &p, uint8_t *dst, const float *line, int32_t d
 
 // Integer accumulators in SuperIntegral, floats otherwise.
 template <typename Accumulator>
-void superImage(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
-                int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+void superImage(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
                 int32_t rowsLeft, Accumulator *line, int32_t lineBytes) {
     const auto blockX = static_cast<int64_t>(std::floor(invX));
     const auto blockY = static_cast<int64_t>(std::floor(invY));
