@@ -158,8 +158,8 @@ void storeCells(const SuperPasses &p, uint8_t *dst, const float *line, int32_t d
 // Integer accumulators in SuperIntegral, floats otherwise.
 template <typename Accumulator>
 void superImage(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
-                int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
-                int32_t rowsLeft, Accumulator *line, int32_t lineBytes) {
+                int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
+                int32_t pixelStride, int32_t rowsLeft, Accumulator *line, int32_t lineBytes) {
     const auto blockX = static_cast<int64_t>(std::floor(invX));
     const auto blockY = static_cast<int64_t>(std::floor(invY));
     const bool wholeRows = mode == SuperIntegral || mode == SuperFractionX;
