@@ -1,6 +1,7 @@
 // pxResizeC3: nearest and linear on camera frames scaled to the painting window, beside libyuv's
-// RGBScale and OpenCV's cv::resize doing the same scaling; cubic, Lanczos and supersampling on
-// their own. A memcpy of the output bytes sits beside each case.
+// RGBScale and OpenCV's cv::resize doing the same scaling; cubic and Lanczos beside cv::resize's
+// filters of the same name, and supersampling beside its INTER_AREA and libyuv's box filter on the
+// three planes. A memcpy of the output bytes sits beside each case.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "kestrix/px.h"
 
 #if defined(KX_BENCH_LIBYUV)
+#include <libyuv/scale.h>
 #include <libyuv/scale_rgb.h>
 #endif
 #if defined(KX_BENCH_OPENCV)
@@ -48,6 +50,19 @@ void libyuvScale(benchmark::State &state, Scaling s, libyuv::FilterMode filter) 
                                                   dst.data(), 3 * s.to.width, s.to.width, s.to.height, filter));
     });
 }
+
+// libyuv has no box filter for packed pixels: the same shrink on three planes of the frame's size.
+void libyuvBoxPlanes(benchmark::State &state, Scaling s) {
+    const size_t plane = size_t{1} * s.from.width * s.from.height;
+    const std::vector<uint8_t> &src = randomBytes(3 * plane);
+    std::vector<uint8_t> dst(bytesC3(s.to));
+    const size_t outPlane = dst.size() / 3;
+    timeCalls(state, dst.size(), [&] {
+        for (size_t p = 0; p < 3; ++p)
+            libyuv::ScalePlane(src.data() + p * plane, s.from.width, s.from.width, s.from.height,
+                               dst.data() + p * outPlane, s.to.width, s.to.width, s.to.height, libyuv::kFilterBox);
+    });
+}
 #endif
 
 #if defined(KX_BENCH_OPENCV)
@@ -84,17 +99,32 @@ void addWithPeers(const char *kernel, Scaling s, int32_t interpolation) {
 #endif
 }
 
+// Cubic, Lanczos and supersampling with OpenCV's filters of the same kind, and for supersampling
+// libyuv's box filter.
+void addFilterWithPeers(const char *kernel, Scaling s, int32_t interpolation) {
+    const std::string group = groupName(kernel, s);
+    addKestrix(group, s, interpolation);
+#if defined(KX_BENCH_LIBYUV)
+    if (interpolation == PxSuper) add(group + "/libyuv", [=](benchmark::State &state) { libyuvBoxPlanes(state, s); });
+#endif
+#if defined(KX_BENCH_OPENCV)
+    const int cvInterpolation = interpolation == PxCubic     ? cv::INTER_CUBIC
+                                : interpolation == PxLanczos ? cv::INTER_LANCZOS4
+                                                             : cv::INTER_AREA;
+    add(group + "/opencv", [=](benchmark::State &state) { opencvResize(state, s, cvInterpolation); });
+#endif
+}
+
 const bool registered = [] {
     for (const Scaling &s : kScalings) {
         addWithPeers("nearest", s, PxNearest);
         addWithPeers("linear", s, PxLinear);
     }
-    // No vector forms yet, and no peer with the same filter: the road's size only.
-    addKestrix(groupName("cubic", kScalings[1]), kScalings[1], PxCubic);
-    addKestrix(groupName("lanczos", kScalings[1]), kScalings[1], PxLanczos);
+    // The float filters on the road's size, beside OpenCV's cubic and four-lobed Lanczos.
+    addFilterWithPeers("cubic", kScalings[1], PxCubic);
+    addFilterWithPeers("lanczos", kScalings[1], PxLanczos);
     // Supersampling only shrinks: 1080p to a third.
-    const Scaling third{{1920, 1080}, {640, 360}};
-    addKestrix(groupName("super", third), third, PxSuper);
+    addFilterWithPeers("super", {{1920, 1080}, {640, 360}}, PxSuper);
     return true;
 }();
 

@@ -69,13 +69,20 @@ void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, co
 void pxCubicImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
                   const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
                   float *const rows[4], int32_t pixelStride, int32_t channels) {
+    cubicWalk({pxCubicRow, pxCubicCombine}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction,
+              xFraction, rows, pixelStride, channels);
+}
+
+void cubicWalk(const CubicPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+               int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yFraction,
+               const float *xFraction, float *const rows[4], int32_t pixelStride, int32_t channels) {
     auto horizontal = [&](int64_t offset, float *out) {
-        pxCubicRow(src + offset, dstW, pixelStride, xIndex, xFraction, out);
+        passes.row(src + offset, dstW, pixelStride, xIndex, xFraction, out);
     };
     float *r0 = rows[0], *r1 = rows[1], *r2 = rows[2], *r3 = rows[3];
     auto vertical = [&](float t) {
         if (pixelStride == channels) {
-            pxCubicCombine(dst, dstW * channels, t, r0, r1, r2, r3);
+            passes.combine(dst, dstW * channels, t, r0, r1, r2, r3);
         } else {
             pxCubicCombineSkip(dst, dstW, t, r0, r1, r2, r3);
         }

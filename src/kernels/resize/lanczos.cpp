@@ -143,10 +143,19 @@ void pxLanczosImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t d
                     const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
                     int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
                     int32_t channels) {
+    lanczosWalk({pxLanczosRow, pxLanczosCombine}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
+                yCoefficients, xCoefficients, buffers, rectX, rectY, colsLeft, rowsLeft, rowsNotThinned, pixelStride,
+                channels);
+}
+
+void lanczosWalk(const LanczosPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                 int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                 const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY, int32_t colsLeft,
+                 int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride, int32_t channels) {
     float *r[6];
     std::copy(buffers, buffers + 6, r);
     auto fill = [&](float *out, int64_t offset) {
-        pxLanczosRow(src + offset, pixelStride, xIndex, xCoefficients, out, dstW, rectX, colsLeft);
+        passes.row(src + offset, pixelStride, xIndex, xCoefficients, out, dstW, rectX, colsLeft);
     };
     const int32_t samples = dstW * channels;
     auto copy = [&](const float *from, float *to) { pxCopy(from, to, samples); };
@@ -224,7 +233,7 @@ void pxLanczosImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t d
         }
         const float *w = yCoefficients + 6 * i;
         if (pixelStride == channels) {
-            pxLanczosCombine(dst, samples, w, r);
+            passes.combine(dst, samples, w, r);
         } else {
             pxLanczosCombineSkip(dst, dstW, w, r);
         }

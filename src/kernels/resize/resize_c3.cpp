@@ -8,8 +8,8 @@ PxStatus resizeC3With(const ResizeImageFunctions &functions, const uint8_t *src,
                       int32_t interpolation) {
     // srcRect is the entry's own copy: clipping never reaches the caller's record.
     if (interpolation == PxSuper && xFactor <= 1.0 && yFactor <= 1.0)
-        return pxResizeSuper(src, srcSize, srcStep, &srcRect, dst, dstStep, dstSize, xFactor, yFactor, 3, 3, PxData8u,
-                             0);
+        return resizeSuper(functions.super, src, srcSize, srcStep, &srcRect, dst, dstStep, dstSize, xFactor, yFactor, 3,
+                           3, PxData8u, 0);
     // Everything else, supersampling with a factor above 1.0 included, goes to the engine.
     return resizeEngine(functions, src, srcSize.width, srcSize.height, srcStep, &srcRect, dst, dstStep, dstSize,
                         xFactor, yFactor, 0.0, 0.0, 3, 3, PxData8u, 0, interpolation, 1);

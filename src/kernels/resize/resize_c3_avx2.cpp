@@ -1,12 +1,13 @@
-// pxResizeC3 at level 4: the linear blend in 256-bit registers, the rest as at level 3.
+// pxResizeC3 at level 4: linear, cubic, Lanczos and the supersampling row adds in 256-bit registers;
+// nearest and the Lanczos weights as at level 3.
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, pxCubicImage, pxLanczosImage,
-                                              pxResizeCoefficients};
+constexpr ResizeImageFunctions kAvx2Images = {nearestImageSsse3, linearImageAvx2, cubicImageAvx2, lanczosImageAvx2,
+                                              resizeCoefficientsSsse3, superC3Avx2};
 }  // namespace
 
 PxStatus pxResizeC3_avx2(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

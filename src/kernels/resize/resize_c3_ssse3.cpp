@@ -1,13 +1,12 @@
-// pxResizeC3 at levels 1 to 3: the vector nearest and linear image functions; cubic, Lanczos and
-// supersampling run their plain forms.
+// pxResizeC3 at levels 1 to 3: the vector image functions, Lanczos weights and supersampling engine.
 #include "kernels/resize/resize_engine.h"
 #include "kernels/resize/resize_forms.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, pxCubicImage, pxLanczosImage,
-                                               pxResizeCoefficients};
+constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, cubicImageSsse3, lanczosImageSsse3,
+                                               resizeCoefficientsSsse3, superC3Ssse3};
 }  // namespace
 
 PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,

@@ -280,7 +280,7 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
 }
 
 const ResizeImageFunctions kLevel0Images = {pxNearestImage, pxLinearImage, pxCubicImage, pxLanczosImage,
-                                            pxResizeCoefficients};
+                                            pxResizeCoefficients, pxSuperC3};
 
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,
                         void *dst, int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, double xShift,

@@ -10,8 +10,16 @@ namespace px {
 // Element kinds of the engine.
 enum PxDataType : int32_t { PxData8u = 0, PxData16u = 1, PxData32f = 2 };
 
+// Which of the supersampling cell's sides, in source pixels, have a fraction.
+enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
+
+// The supersampling engine of a level: 8-bit samples, three channels at pixelStride (pxSuperC3).
+using SuperEngine = PxStatus (*)(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span,
+                                 int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
+                                 int32_t pixelStride, int32_t rowsLeft);
+
 // The image functions a level binds its copy of the engine to (slot 0 of each table: 8-bit,
-// interleaved, three channels), and the level's Lanczos weights. Declared in resize_image.h.
+// interleaved, three channels), the level's Lanczos weights and its supersampling engine. Declared in resize_image.h.
 struct ResizeImageFunctions {
     void (*nearest)(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
                     const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
@@ -27,6 +35,7 @@ struct ResizeImageFunctions {
                     int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
                     int32_t channels);
     void (*coefficients)(const float *fractions, int32_t count, float *coefficients, const float *kernel);
+    SuperEngine super;
 };
 
 // Checks, clips srcRect (written back), lowers the interpolation on small sources, derives the
@@ -40,6 +49,11 @@ PxStatus resizeEngine(const ResizeImageFunctions &functions, const void *src, in
 // Output length of an axis from its scaled length s (size times factor): the truncation of s + 1e-7,
 // cut to limit; PxStsNoResult under half a pixel, and 1 from half a pixel up.
 PxStatus scaledLength(double s, int32_t limit, int32_t *length);
+
+// pxResizeSuper with a level's supersampling engine.
+PxStatus resizeSuper(SuperEngine engine, const void *src, PxSize srcSize, int32_t srcStep, PxRect *srcRect, void *dst,
+                     int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride,
+                     int32_t channels, int32_t dataType, int32_t planar);
 
 // The level-0 engine.
 PxStatus pxResizeEngine(const void *src, int32_t srcWidth, int32_t srcHeight, int32_t srcStep, PxRect *srcRect,

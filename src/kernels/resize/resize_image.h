@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "kernels/resize/resize_engine.h"
 #include "kestrix/px.h"
 
 namespace px {
@@ -76,6 +77,19 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                         const float *r3);
 
+// The two passes of cubic interpolation as one level has them.
+struct CubicPasses {
+    void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const float *xFraction,
+                float *out);
+    void (*combine)(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                    const float *r3);
+};
+
+// The ring of four rows of pxCubicImage with a level's passes; every level walks alike.
+void cubicWalk(const CubicPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+               int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yFraction,
+               const float *xFraction, float *const rows[4], int32_t pixelStride, int32_t channels);
+
 // The three-lobed Lanczos kernel at steps of 0.01 from 0 to 3, and a 0 beyond.
 extern const float pxLanczosKernel[302];
 
@@ -103,8 +117,54 @@ void pxLanczosCombine(uint8_t *dst, int32_t count, const float *coefficients, co
 // The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
 void pxLanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
 
-// Which of the supersampling cell's sides, in source pixels, have a fraction.
-enum SuperMode : int32_t { SuperIntegral = 0, SuperFractionY = 1, SuperFractionX = 2, SuperFractionXY = 3 };
+// The two passes of Lanczos interpolation as one level has them.
+struct LanczosPasses {
+    void (*row)(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
+    void (*combine)(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+};
+
+// The ring of six rows of pxLanczosImage with a level's passes; every level walks alike.
+void lanczosWalk(const LanczosPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                 int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
+                 const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY, int32_t colsLeft,
+                 int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride, int32_t channels);
+
+// Snaps a supersampling cell border that falls a hair short of a pixel border onto it, and is the
+// least weight or ratio fraction that counts.
+constexpr double kSuperSnap = 1e-7;
+
+// The passes of supersampling over the line of accumulators (three per pixel, packed), as one
+// level has them: 32-bit integers in SuperIntegral, floats otherwise.
+struct SuperPasses {
+    void (*addWhole)(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+    void (*add)(float *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+    void (*addWeighted)(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight);
+    void (*collapseWhole)(uint32_t *line, int32_t span, int64_t blockX);
+    void (*collapseWholeFloat)(float *line, int32_t span, int64_t blockX);
+    void (*collapseFraction)(float *line, int32_t span, int64_t blockX, double invX);
+    void (*storeWhole)(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
+    void (*storeFloat)(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+};
+
+// The plain passes. Full add: each element of span pixels added to its accumulator. Weighted add:
+// the element times weight, formed in double and rounded to float, added.
+void superAddRow(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+void superAddRow(float *line, const uint8_t *row, int32_t span, int32_t pixelStride);
+void superAddRowWeighted(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight);
+// Collapse in place into cells of blockX entries, or of invX entries with a carried fraction.
+void superCollapseWhole(uint32_t *line, int32_t span, int64_t blockX);
+void superCollapseWhole(float *line, int32_t span, int64_t blockX);
+void superCollapseFraction(float *line, int32_t span, int64_t blockX, double invX);
+// dstW pixels of cell times area, rounded half up, of which the low 8 bits are stored.
+void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
+void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+
+// pxSuperC3 with a level's passes. The line holds max(span, dstW) + 2 pixels of accumulators: the
+// pixel past the larger of the two reads as zero, and the last one is the vector forms' spare lane.
+PxStatus superEngine(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                     int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
+                     int32_t pixelStride, int32_t rowsLeft);
 
 // The supersampling engine for 8-bit samples, three channels at pixelStride: every output pixel is
 // the mean of the source cell of invX by invY pixels it covers, over one line of span accumulators.

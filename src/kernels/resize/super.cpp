@@ -8,9 +8,7 @@
 namespace px {
 namespace {
 
-// Snaps a cell border that falls a hair short of a pixel border onto it, and is the least weight
-// or ratio fraction that counts.
-constexpr double kE = 1e-7;
+constexpr double kE = kSuperSnap;
 
 // The line keeps three accumulators per source pixel, packed, whatever the pixel stride.
 constexpr int32_t kChannels = 3;
@@ -18,7 +16,7 @@ constexpr int32_t kChannels = 3;
 // Full add of span pixels: a plain 32-bit integer add in SuperIntegral, else each element as a float.
 // Packed pixels make the row and the line one flat run, which the compiler takes in vector steps.
 template <typename Accumulator>
-void addRow(Accumulator *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+void addRowOf(Accumulator *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     if (pixelStride == kChannels) {
         for (int32_t i = 0; i < kChannels * span; ++i) line[i] += static_cast<Accumulator>(row[i]);
         return;
@@ -28,8 +26,10 @@ void addRow(Accumulator *line, const uint8_t *row, int32_t span, int32_t pixelSt
             line[kChannels * e + k] += static_cast<Accumulator>(row[e * pixelStride + k]);
 }
 
+}  // namespace
+
 // Weighted add: the product is formed in double and rounded to float before it is added.
-void addRowWeighted(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
+void superAddRowWeighted(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
     auto term = [weight](uint8_t element) { return static_cast<float>(static_cast<double>(element) * weight); };
     if (pixelStride == kChannels) {
         for (int32_t i = 0; i < kChannels * span; ++i) line[i] += term(row[i]);
@@ -39,11 +39,13 @@ void addRowWeighted(float *line, const uint8_t *row, int32_t span, int32_t pixel
         for (int32_t k = 0; k < kChannels; ++k) line[kChannels * e + k] += term(row[e * pixelStride + k]);
 }
 
+namespace {
+
 // Whole cells of blockX entries, summed from zero in order in the accumulator's own type and written
 // in place to entry k: the reads never fall behind the write. A line shorter than one block is left
 // as it is.
 template <typename Accumulator>
-void collapseWhole(Accumulator *line, int32_t span, int64_t blockX) {
+void collapseWholeOf(Accumulator *line, int32_t span, int64_t blockX) {
     if (span - blockX < 0) return;
     for (int64_t k = 0; k * blockX <= span - blockX; ++k)
         for (int32_t c = 0; c < kChannels; ++c) {
@@ -53,10 +55,12 @@ void collapseWhole(Accumulator *line, int32_t span, int64_t blockX) {
         }
 }
 
+}  // namespace
+
 // Cells of invX entries with a fraction g carried from cell to cell. The line has one zeroed entry
 // beyond span, which a vanishing head can reach; entries further on are not read, and count as
 // zero, which only a line shorter than one cell meets in cell 0.
-void collapseFraction(float *line, int32_t span, int64_t blockX, double invX) {
+void superCollapseFraction(float *line, int32_t span, int64_t blockX, double invX) {
     auto weighted = [&](int64_t e, int32_t c, double w) {
         return static_cast<float>(static_cast<double>(line[kChannels * e + c]) * w);
     };
@@ -97,10 +101,12 @@ void collapseFraction(float *line, int32_t span, int64_t blockX, double invX) {
     }
 }
 
+namespace {
+
 // The mean is the cell times the inverse area, rounded half up; the low 8 bits are kept, so a cell
 // that a vanishing head overweights wraps instead of saturating.
 template <typename Accumulator>
-void storeCells(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pixelStride, double area) {
+void storeCellsOf(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pixelStride, double area) {
     for (int32_t i = 0; i < dstW; ++i)
         for (int32_t k = 0; k < kChannels; ++k) {
             const double v = static_cast<double>(line[kChannels * i + k]) * area + 0.5;
@@ -108,11 +114,52 @@ void storeCells(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pix
         }
 }
 
+}  // namespace
+
+void superAddRow(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    addRowOf(line, row, span, pixelStride);
+}
+void superAddRow(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    addRowOf(line, row, span, pixelStride);
+}
+void superCollapseWhole(uint32_t *line, int32_t span, int64_t blockX) { collapseWholeOf(line, span, blockX); }
+void superCollapseWhole(float *line, int32_t span, int64_t blockX) { collapseWholeOf(line, span, blockX); }
+void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area) {
+    storeCellsOf(dst, line, dstW, pixelStride, area);
+}
+void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area) {
+    storeCellsOf(dst, line, dstW, pixelStride, area);
+}
+
+namespace {
+
+// The passes of a level, chosen by the line's accumulator.
+void addFull(const SuperPasses &p, uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    p.addWhole(line, row, span, pixelStride);
+}
+void addFull(const SuperPasses &p, float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    p.add(line, row, span, pixelStride);
+}
+void collapseWhole(const SuperPasses &p, uint32_t *line, int32_t span, int64_t blockX) {
+    p.collapseWhole(line, span, blockX);
+}
+void collapseWhole(const SuperPasses &p, float *line, int32_t span, int64_t blockX) {
+    p.collapseWholeFloat(line, span, blockX);
+}
+void storeCells(const SuperPasses &p, uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride,
+                double area) {
+    p.storeWhole(dst, line, dstW, pixelStride, area);
+}
+void storeCells(const SuperPasses &p, uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride,
+                double area) {
+    p.storeFloat(dst, line, dstW, pixelStride, area);
+}
+
 // Integer accumulators in SuperIntegral, floats otherwise.
 template <typename Accumulator>
-void superImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
-                int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
-                int32_t rowsLeft, Accumulator *line, int32_t lineBytes) {
+void superImage(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
+                int32_t pixelStride, int32_t rowsLeft, Accumulator *line, int32_t lineBytes) {
     const auto blockX = static_cast<int64_t>(std::floor(invX));
     const auto blockY = static_cast<int64_t>(std::floor(invY));
     const bool wholeRows = mode == SuperIntegral || mode == SuperFractionX;
@@ -122,14 +169,14 @@ void superImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstSt
     // rectangle lower than one cell gets there, and such a row counts as zero.
     int64_t row = 0;
     auto rowAt = [&](int64_t r) { return src + r * srcStep; };
-    auto addFull = [&](int64_t count) {
+    auto addRows = [&](int64_t count) {
         const int64_t end = row + count;
-        for (; row < std::min<int64_t>(end, rowsLeft); ++row) addRow(line, rowAt(row), span, pixelStride);
+        for (; row < std::min<int64_t>(end, rowsLeft); ++row) addFull(passes, line, rowAt(row), span, pixelStride);
         row = end;
     };
     auto addWeighted = [&](double weight) {
         if constexpr (std::is_same_v<Accumulator, float>) {
-            if (row < rowsLeft) addRowWeighted(line, rowAt(row), span, pixelStride, weight);
+            if (row < rowsLeft) passes.addWeighted(line, rowAt(row), span, pixelStride, weight);
         }
     };
 
@@ -137,10 +184,10 @@ void superImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstSt
     for (int32_t r = 0; r < dstH; ++r) {
         pxZero(line, lineBytes);
         if (wholeRows) {
-            addFull(blockY);
+            addRows(blockY);
         } else if (r == 0) {
             // The first cell's tail row is added at f with no threshold, and stays the current row.
-            addFull(blockY);
+            addRows(blockY);
             addWeighted(f);
         } else {
             const double head = 1.0 - f;
@@ -151,19 +198,19 @@ void superImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstSt
                 addWeighted(head);
                 ++row;
             }
-            if (count > 0) addFull(static_cast<int64_t>(count));
+            if (count > 0) addRows(static_cast<int64_t>(count));
             if (f > kE) addWeighted(f);  // this row is the next cell's head
         }
         if constexpr (std::is_same_v<Accumulator, float>) {
             if (!wholeColumns) {
-                collapseFraction(line, span, blockX, invX);
+                passes.collapseFraction(line, span, blockX, invX);
             } else {
-                collapseWhole(line, span, blockX);
+                collapseWhole(passes, line, span, blockX);
             }
         } else {
-            collapseWhole(line, span, blockX);
+            collapseWhole(passes, line, span, blockX);
         }
-        storeCells(dst, line, dstW, pixelStride, area);
+        storeCells(passes, dst, line, dstW, pixelStride, area);
         dst += dstStep;
     }
 }
@@ -173,19 +220,29 @@ void superImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstSt
 PxStatus pxSuperC3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
                    int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
                    int32_t rowsLeft) {
+    static constexpr SuperPasses kPlain = {superAddRow,        superAddRow, superAddRowWeighted, superCollapseWhole,
+                                           superCollapseWhole, superCollapseFraction, superStore, superStore};
+    return superEngine(kPlain, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride,
+                       rowsLeft);
+}
+
+PxStatus superEngine(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
+                     int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
+                     int32_t pixelStride, int32_t rowsLeft) {
     // A span below 1 gets no line, as the allocator gives none for it. The line reaches one zeroed
     // entry beyond both the span and the output width: a span that the single-precision width cut
-    // below dstW, and a vanishing head at the line's end, read zeros there.
+    // below dstW, and a vanishing head at the line's end, read zeros there. One more entry is room
+    // for the spare lane of the vector forms, which load a pixel's three accumulators as four.
     if (span < 1) return PxStsNoMem;
-    const int64_t bytes = (int64_t{std::max(span, dstW)} + 1) * kChannels * 4;
+    const int64_t bytes = (int64_t{std::max(span, dstW)} + 2) * kChannels * 4;
     if (bytes > INT32_MAX) return PxStsNoMem;
     void *line = pxAlloc(static_cast<int32_t>(bytes));
     if (line == nullptr) return PxStsNoMem;
     if (mode == SuperIntegral) {
-        superImage(src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride, rowsLeft,
+        superImage(passes, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride, rowsLeft,
                    static_cast<uint32_t *>(line), static_cast<int32_t>(bytes));
     } else {
-        superImage(src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride, rowsLeft,
+        superImage(passes, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride, rowsLeft,
                    static_cast<float *>(line), static_cast<int32_t>(bytes));
     }
     pxFree(line);
@@ -195,6 +252,13 @@ PxStatus pxSuperC3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t ds
 PxStatus pxResizeSuper(const void *src, PxSize srcSize, int32_t srcStep, PxRect *srcRect, void *dst, int32_t dstStep,
                        PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride, int32_t channels,
                        int32_t dataType, int32_t planar) {
+    return resizeSuper(pxSuperC3, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor, pixelStride,
+                       channels, dataType, planar);
+}
+
+PxStatus resizeSuper(SuperEngine engine, const void *src, PxSize srcSize, int32_t srcStep, PxRect *srcRect, void *dst,
+                     int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t pixelStride,
+                     int32_t channels, int32_t dataType, int32_t planar) {
     if (src == nullptr || dst == nullptr) return PxStsNullPtr;
     PxRect &rect = *srcRect;
     if (srcSize.width < 1 || srcSize.height < 1 || rect.x < 0 || rect.y < 0 || rect.width < 1 || rect.height < 1)
@@ -236,7 +300,7 @@ PxStatus pxResizeSuper(const void *src, PxSize srcSize, int32_t srcStep, PxRect 
         return PxStsBadInterpolation;
     const uint8_t *origin = static_cast<const uint8_t *>(src) + int64_t{rect.y} * srcStep +
                             int64_t{rect.x} * pixelStride;
-    return pxSuperC3(origin, static_cast<uint8_t *>(dst), srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode,
+    return engine(origin, static_cast<uint8_t *>(dst), srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode,
                      pixelStride, srcSize.height - rect.y);
 }
 

@@ -1,0 +1,195 @@
+// Levels 1 to 3 of supersampling. Rows are added sixteen pixels at a time; cells are summed with
+// a pixel's three channels in the lanes of one register, entry after entry, so every channel adds in
+// the plain order and every mode gives the bytes of level 0. Products and the final scaling are
+// formed in double lanes, as the plain passes form them.
+#include <tmmintrin.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "kernels/resize/resize_forms.h"
+#include "kernels/resize/resize_image.h"
+
+namespace px {
+namespace {
+
+// Pixels of a row taken in one step: 48 bytes, three loads.
+constexpr int32_t kGroup = 16;
+
+// The sixteen bytes as four registers of 32-bit integers, in order.
+struct Widened {
+    __m128i part[4];
+};
+
+inline Widened widen(__m128i bytes) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i low = _mm_unpacklo_epi8(bytes, zero), high = _mm_unpackhi_epi8(bytes, zero);
+    return {{_mm_unpacklo_epi16(low, zero), _mm_unpackhi_epi16(low, zero), _mm_unpacklo_epi16(high, zero),
+             _mm_unpackhi_epi16(high, zero)}};
+}
+
+inline __m128i loadBytes(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
+
+// (float)((double)x * weight) in each lane.
+inline __m128 scaled(__m128 x, __m128d weight) {
+    const __m128 low = _mm_cvtpd_ps(_mm_mul_pd(_mm_cvtps_pd(x), weight));
+    const __m128 high = _mm_cvtpd_ps(_mm_mul_pd(_mm_cvtps_pd(_mm_movehl_ps(x, x)), weight));
+    return _mm_movelh_ps(low, high);
+}
+
+// A pixel's three accumulators; the fourth lane loaded with them is the next pixel's, or the line's
+// spare entry, and is never stored.
+inline __m128i entryOf(const uint32_t *line, int64_t e) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(line + 3 * e));
+}
+inline __m128 entryOf(const float *line, int64_t e) { return _mm_loadu_ps(line + 3 * e); }
+inline void storeEntry(uint32_t *line, int64_t e, __m128i v) {
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(line + 3 * e), v);
+    line[3 * e + 2] = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(v, 8)));
+}
+inline void storeEntry(float *line, int64_t e, __m128 v) {
+    _mm_storel_pi(reinterpret_cast<__m64 *>(line + 3 * e), v);
+    _mm_store_ss(line + 3 * e + 2, _mm_movehl_ps(v, v));
+}
+inline __m128i plus(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
+inline __m128 plus(__m128 a, __m128 b) { return _mm_add_ps(a, b); }
+
+template <typename Accumulator> void collapseWhole(Accumulator *line, int32_t span, int64_t blockX) {
+    // Cells of one entry are the entries themselves.
+    if (blockX == 1 || span - blockX < 0) return;
+    for (int64_t k = 0; k * blockX <= span - blockX; ++k) {
+        auto sum = entryOf(line, k * blockX);
+        for (int64_t j = 1; j < blockX; ++j) sum = plus(sum, entryOf(line, k * blockX + j));
+        storeEntry(line, k, sum);  // behind every entry still to be read
+    }
+}
+
+// Four cells of 32-bit accumulators as doubles, scaled and rounded half up; the low 8 bits of each.
+inline __m128i roundCells(__m128d low, __m128d high, __m128d area) {
+    const __m128d half = _mm_set1_pd(0.5);
+    const __m128i a = _mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(low, area), half));
+    const __m128i b = _mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(high, area), half));
+    return _mm_and_si128(_mm_unpacklo_epi64(a, b), _mm_set1_epi32(0xFF));
+}
+
+inline __m128i roundCells(const float *cells, __m128d area) {
+    const __m128 v = _mm_loadu_ps(cells);
+    return roundCells(_mm_cvtps_pd(v), _mm_cvtps_pd(_mm_movehl_ps(v, v)), area);
+}
+
+// Unsigned 32-bit cells to double: with the top bit flipped they are signed, and 2^31 restores them.
+inline __m128i roundCells(const uint32_t *cells, __m128d area) {
+    const __m128i v = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i *>(cells)),
+                                    _mm_set1_epi32(INT32_MIN));
+    const __m128d offset = _mm_set1_pd(2147483648.0);
+    return roundCells(_mm_add_pd(_mm_cvtepi32_pd(v), offset), _mm_add_pd(_mm_cvtepi32_pd(_mm_srli_si128(v, 8)), offset),
+                      area);
+}
+
+template <typename Accumulator>
+void storeCells(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pixelStride, double area) {
+    int32_t p = 0;
+    if (pixelStride == 3) {
+        const __m128d scale = _mm_set1_pd(area);
+        for (; p + kGroup <= dstW; p += kGroup)
+            for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
+                const __m128i words = _mm_packs_epi32(roundCells(line + i, scale), roundCells(line + i + 4, scale));
+                const __m128i more = _mm_packs_epi32(roundCells(line + i + 8, scale), roundCells(line + i + 12, scale));
+                _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + i), _mm_packus_epi16(words, more));
+            }
+    }
+    superStore(dst + int64_t{p} * pixelStride, line + 3 * p, dstW - p, pixelStride, area);
+}
+
+// Packed rows only: runs add over the row's whole groups of pixels, four elements at a time as
+// 32-bit integers with the index of the first, and returns the pixels done.
+template <typename Add> int32_t addGroups(const uint8_t *row, int32_t span, int32_t pixelStride, Add add) {
+    if (pixelStride != 3) return 0;
+    int32_t p = 0;
+    for (; p + kGroup <= span; p += kGroup)
+        for (int32_t i = 3 * p; i < 3 * (p + kGroup); i += 16) {
+            const Widened w = widen(loadBytes(row + i));
+            for (int k = 0; k < 4; ++k) add(i + 4 * k, w.part[k]);
+        }
+    return p;
+}
+
+}  // namespace
+
+void superAddRowSsse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        auto *at = reinterpret_cast<__m128i *>(line + i);
+        _mm_storeu_si128(at, _mm_add_epi32(_mm_loadu_si128(at), e));
+    });
+    superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
+}
+
+void superAddRowFloatSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), _mm_cvtepi32_ps(e)));
+    });
+    superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
+}
+
+void superAddRowWeightedSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
+    const __m128d w = _mm_set1_pd(weight);
+    const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
+        _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), scaled(_mm_cvtepi32_ps(e), w)));
+    });
+    superAddRowWeighted(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride, weight);
+}
+
+void superCollapseWholeSsse3(uint32_t *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
+void superCollapseWholeFloatSsse3(float *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
+
+void superCollapseFractionSsse3(float *line, int32_t span, int64_t blockX, double invX) {
+    // The walk of the plain pass, cell by cell, with the three channels side by side.
+    auto weighted = [&](int64_t e, double w) { return scaled(entryOf(line, e), _mm_set1_pd(w)); };
+    double g = invX - static_cast<double>(blockX);
+    __m128 sum = _mm_setzero_ps();
+    for (int64_t j = 0; j < std::min<int64_t>(blockX, span); ++j) sum = _mm_add_ps(sum, entryOf(line, j));
+    if (blockX <= span) sum = _mm_add_ps(sum, weighted(blockX, g));
+    storeEntry(line, 0, sum);
+    int64_t out = 1;
+    int64_t pos = blockX;
+    while (pos < span - blockX) {
+        const double head = 1.0 - g;
+        const double rest = invX - head;
+        const double count = std::floor(rest + kSuperSnap);
+        g = rest - count;
+        const auto whole = static_cast<int64_t>(count);
+        int64_t first = pos + 1, number = whole;
+        if (head > kSuperSnap) {
+            sum = weighted(pos, head);
+        } else {
+            sum = _mm_setzero_ps();
+            first = pos;
+            number = whole + 1;
+        }
+        for (int64_t j = first; j < first + number; ++j) sum = _mm_add_ps(sum, entryOf(line, j));
+        pos += whole + 1;
+        if (g > kSuperSnap && pos < span) sum = _mm_add_ps(sum, weighted(pos, g));
+        storeEntry(line, out, sum);
+        ++out;
+    }
+}
+
+void superStoreSsse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area) {
+    storeCells(dst, line, dstW, pixelStride, area);
+}
+void superStoreFloatSsse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area) {
+    storeCells(dst, line, dstW, pixelStride, area);
+}
+
+PxStatus superC3Ssse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
+                      int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
+                      int32_t rowsLeft) {
+    static constexpr SuperPasses kPasses = {superAddRowSsse3,           superAddRowFloatSsse3,
+                                            superAddRowWeightedSsse3,   superCollapseWholeSsse3,
+                                            superCollapseWholeFloatSsse3, superCollapseFractionSsse3,
+                                            superStoreSsse3,            superStoreFloatSsse3};
+    return superEngine(kPasses, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride,
+                       rowsLeft);
+}
+
+}  // namespace px
