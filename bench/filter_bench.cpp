@@ -1,4 +1,5 @@
-// pxSharpenC3 and pxFilterC3 over a VGA frame's inner region, with a memcpy of the same output bytes.
+// pxSharpenC3 and pxFilterC3 over a VGA frame's inner region, beside OpenCV's cv::filter2D with the
+// same kernel as 32-bit floats on the same region, and a memcpy of the same output bytes.
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -6,6 +7,11 @@
 
 #include "bench_cases.h"
 #include "kestrix/px.h"
+
+#if defined(KX_BENCH_OPENCV)
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
 
 namespace kx::bench {
 namespace {
@@ -36,6 +42,24 @@ void filterC3(benchmark::State &state) {
     });
 }
 
+#if defined(KX_BENCH_OPENCV)
+// cv::filter2D on the same region of the same frame, its kernel as CV_32F: the smoothing kernel
+// over 16, or the sharpen mask (16 in the middle, -1 around, over 8).
+void opencvFilter(benchmark::State &state, bool sharpen) {
+    cv::setNumThreads(0);  // the calling thread only, as Kestrix works
+    const std::vector<uint8_t> &bytes = randomBytes(size_t{kStep} * kFrameHeight);
+    const cv::Mat frame(kFrameHeight, kFrameWidth, CV_8UC3, const_cast<uint8_t *>(bytes.data()));
+    std::vector<uint8_t> out(bytes.size());
+    cv::Mat outFrame(kFrameHeight, kFrameWidth, CV_8UC3, out.data());
+    const cv::Rect inner(1, 1, kRegion.width, kRegion.height);
+    const cv::Mat src = frame(inner);
+    cv::Mat dst = outFrame(inner);
+    cv::Mat kernel = sharpen ? (cv::Mat_<float>(3, 3) << -1, -1, -1, -1, 16, -1, -1, -1, -1) / 8.0f
+                             : (cv::Mat_<float>(3, 3) << 1, 2, 1, 2, 4, 2, 1, 2, 1) / 16.0f;
+    timeCalls(state, kRegionBytes, [&] { cv::filter2D(src, dst, -1, kernel); });
+}
+#endif
+
 // Every level the processor can run: level 3 runs the SSSE3 forms, level 4 the AVX2 ones.
 [[maybe_unused]] const bool registered = [] {
     using Run = void (*)(benchmark::State &);
@@ -43,6 +67,10 @@ void filterC3(benchmark::State &state) {
         const std::string group = std::string(kernel) + "/" + sizeName(kRegion);
         addLevels(group, run);
         addMemcpy(group, kRegionBytes);
+#if defined(KX_BENCH_OPENCV)
+        const bool sharpen = run == sharpenC3;
+        add(group + "/opencv", [sharpen](benchmark::State &state) { opencvFilter(state, sharpen); });
+#endif
     }
     return true;
 }();
