@@ -7,13 +7,9 @@
 #include <cstdint>
 
 #include "kernels/resize/resize_engine.h"
+#include "kernels/resize/resize_image.h"
 
 namespace px {
-
-using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
-                               const uint16_t *xWeight, const void *plan, uint16_t *out);
-using LinearBlendPass = void (*)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper,
-                                 const uint16_t *lower);
 
 // The plan of the SSSE3 row pass: for each group of four columns, whether one sixteen-byte load
 // holds all its pixels, and then the shuffles and weights that gather them.

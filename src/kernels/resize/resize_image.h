@@ -45,10 +45,13 @@ void pxLinearBlendSkip(uint8_t *dst, int32_t dstW, int32_t weight, const uint16_
 
 // The two passes of linear interpolation as one level has them. A level may work out once per
 // call how it gathers the columns (plan); its row pass gets that with every row.
+using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                               const uint16_t *xWeight, const void *plan, uint16_t *out);
+using LinearBlendPass = void (*)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper,
+                                 const uint16_t *lower);
 struct LinearPasses {
-    void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const uint16_t *xWeight,
-                const void *plan, uint16_t *out);
-    void (*blend)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
+    LinearRowPass row;
+    LinearBlendPass blend;
     const void *plan;
 };
 
@@ -156,6 +159,22 @@ void superAddRowWeighted(float *line, const uint8_t *row, int32_t span, int32_t 
 void superCollapseWhole(uint32_t *line, int32_t span, int64_t blockX);
 void superCollapseWhole(float *line, int32_t span, int64_t blockX);
 void superCollapseFraction(float *line, int32_t span, int64_t blockX, double invX);
+
+// One cell of the collapse with a carried fraction: the entry head at headWeight (none if head is
+// -1), then number whole entries from first, then the entry tail at tailWeight (none if -1), summed
+// in that order into entry out.
+struct SuperCell {
+    int64_t out, head;
+    double headWeight;
+    int64_t first, number, tail;
+    double tailWeight;
+};
+using SuperCellSum = void (*)(float *line, const SuperCell &cell);
+// The walk of cells of invX entries with a fraction g carried from cell to cell; each level sums a
+// cell its own way. The line has one zeroed entry beyond span, which a vanishing head can reach;
+// entries further on are not read, and count as zero, which only a line shorter than one cell meets
+// in cell 0. Each cell is summed before the next one's entries are read.
+void superFractionCells(float *line, int32_t span, int64_t blockX, double invX, SuperCellSum sum);
 // dstW pixels of cell times area, rounded half up, of which the low 8 bits are stored.
 void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);

@@ -57,21 +57,10 @@ void collapseWholeOf(Accumulator *line, int32_t span, int64_t blockX) {
 
 }  // namespace
 
-// Cells of invX entries with a fraction g carried from cell to cell. The line has one zeroed entry
-// beyond span, which a vanishing head can reach; entries further on are not read, and count as
-// zero, which only a line shorter than one cell meets in cell 0.
-void superCollapseFraction(float *line, int32_t span, int64_t blockX, double invX) {
-    auto weighted = [&](int64_t e, int32_t c, double w) {
-        return static_cast<float>(static_cast<double>(line[kChannels * e + c]) * w);
-    };
+void superFractionCells(float *line, int32_t span, int64_t blockX, double invX, SuperCellSum sum) {
     double g = invX - static_cast<double>(blockX);
-    float sum[kChannels] = {0.0f, 0.0f, 0.0f};
     // Cell 0 takes its tail at g with no threshold.
-    for (int64_t j = 0; j < std::min<int64_t>(blockX, span); ++j)
-        for (int32_t c = 0; c < kChannels; ++c) sum[c] += line[kChannels * j + c];
-    if (blockX <= span)
-        for (int32_t c = 0; c < kChannels; ++c) sum[c] += weighted(blockX, c, g);
-    std::copy(sum, sum + kChannels, line);
+    sum(line, {0, -1, 0.0, 0, std::min<int64_t>(blockX, span), blockX <= span ? blockX : -1, g});
     int64_t out = 1;
     int64_t pos = blockX;
     // The limit is span - blockX, not the output width.
@@ -81,24 +70,40 @@ void superCollapseFraction(float *line, int32_t span, int64_t blockX, double inv
         const double count = std::floor(rest + kE);
         g = rest - count;
         const auto whole = static_cast<int64_t>(count);
-        int64_t first = pos + 1, number = whole;
+        SuperCell cell{out, -1, 0.0, pos + 1, whole, -1, 0.0};
         if (head > kE) {
-            for (int32_t c = 0; c < kChannels; ++c) sum[c] = weighted(pos, c, head);
+            cell.head = pos;
+            cell.headWeight = head;
         } else {
             // Unlike the rows, a vanishing head still takes the entry at pos, at weight 1, and one
             // more entry after it.
-            std::fill(sum, sum + kChannels, 0.0f);
-            first = pos;
-            number = whole + 1;
+            cell.first = pos;
+            cell.number = whole + 1;
         }
-        for (int64_t j = first; j < first + number; ++j)
-            for (int32_t c = 0; c < kChannels; ++c) sum[c] += line[kChannels * j + c];
         pos += whole + 1;
-        if (g > kE && pos < span)
-            for (int32_t c = 0; c < kChannels; ++c) sum[c] += weighted(pos, c, g);
-        std::copy(sum, sum + kChannels, line + kChannels * out);  // out stays behind pos
+        if (g > kE && pos < span) {
+            cell.tail = pos;
+            cell.tailWeight = g;
+        }
+        sum(line, cell);  // out stays behind pos
         ++out;
     }
+}
+
+void superCollapseFraction(float *line, int32_t span, int64_t blockX, double invX) {
+    superFractionCells(line, span, blockX, invX, [](float *entries, const SuperCell &cell) {
+        auto weighted = [&](int64_t e, int32_t c, double w) {
+            return static_cast<float>(static_cast<double>(entries[kChannels * e + c]) * w);
+        };
+        float sum[kChannels] = {0.0f, 0.0f, 0.0f};
+        if (cell.head >= 0)
+            for (int32_t c = 0; c < kChannels; ++c) sum[c] = weighted(cell.head, c, cell.headWeight);
+        for (int64_t j = cell.first; j < cell.first + cell.number; ++j)
+            for (int32_t c = 0; c < kChannels; ++c) sum[c] += entries[kChannels * j + c];
+        if (cell.tail >= 0)
+            for (int32_t c = 0; c < kChannels; ++c) sum[c] += weighted(cell.tail, c, cell.tailWeight);
+        std::copy(sum, sum + kChannels, entries + kChannels * cell.out);
+    });
 }
 
 namespace {

@@ -143,35 +143,14 @@ void superCollapseWholeSsse3(uint32_t *line, int32_t span, int64_t blockX) { col
 void superCollapseWholeFloatSsse3(float *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
 
 void superCollapseFractionSsse3(float *line, int32_t span, int64_t blockX, double invX) {
-    // The walk of the plain pass, cell by cell, with the three channels side by side.
-    auto weighted = [&](int64_t e, double w) { return scaled(entryOf(line, e), _mm_set1_pd(w)); };
-    double g = invX - static_cast<double>(blockX);
-    __m128 sum = _mm_setzero_ps();
-    for (int64_t j = 0; j < std::min<int64_t>(blockX, span); ++j) sum = _mm_add_ps(sum, entryOf(line, j));
-    if (blockX <= span) sum = _mm_add_ps(sum, weighted(blockX, g));
-    storeEntry(line, 0, sum);
-    int64_t out = 1;
-    int64_t pos = blockX;
-    while (pos < span - blockX) {
-        const double head = 1.0 - g;
-        const double rest = invX - head;
-        const double count = std::floor(rest + kSuperSnap);
-        g = rest - count;
-        const auto whole = static_cast<int64_t>(count);
-        int64_t first = pos + 1, number = whole;
-        if (head > kSuperSnap) {
-            sum = weighted(pos, head);
-        } else {
-            sum = _mm_setzero_ps();
-            first = pos;
-            number = whole + 1;
-        }
-        for (int64_t j = first; j < first + number; ++j) sum = _mm_add_ps(sum, entryOf(line, j));
-        pos += whole + 1;
-        if (g > kSuperSnap && pos < span) sum = _mm_add_ps(sum, weighted(pos, g));
-        storeEntry(line, out, sum);
-        ++out;
-    }
+    // The three channels of a cell side by side, added in the plain pass's order.
+    superFractionCells(line, span, blockX, invX, [](float *entries, const SuperCell &cell) {
+        __m128 sum = _mm_setzero_ps();
+        if (cell.head >= 0) sum = scaled(entryOf(entries, cell.head), _mm_set1_pd(cell.headWeight));
+        for (int64_t j = cell.first; j < cell.first + cell.number; ++j) sum = _mm_add_ps(sum, entryOf(entries, j));
+        if (cell.tail >= 0) sum = _mm_add_ps(sum, scaled(entryOf(entries, cell.tail), _mm_set1_pd(cell.tailWeight)));
+        storeEntry(entries, cell.out, sum);
+    });
 }
 
 void superStoreSsse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area) {
