@@ -65,8 +65,8 @@ public:
     DibBuffer *reference = nullptr;  // one count held
     uint32_t inMotion = 0;
     ZonePoint triggerPoint;  // sample that last fired, in frame pixels; written, never read
-    // The rectangle came out empty or inverted when clamped to the first frame: nothing to watch
-    // until the next MotionInit.
+    // Nothing to watch until the next MotionInit: the first frame had no bytes, or the zone came
+    // out inverted and cropped, a reference with a negative side.
     bool unwatched = false;
 
 private:

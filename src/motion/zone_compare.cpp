@@ -28,13 +28,20 @@ int32_t tableEntry(int64_t index) {
     return kZoneTables[index];
 }
 
-// Row step in 32-bit units: rows of a motion frame end on a 32-bit boundary.
 // a * b + c as the 32-bit arithmetic of the geometry does it: wrapping, for zones far outside
 // the frame, then divided with its sign.
 int32_t wrapMulAdd(int32_t a, int32_t b, int32_t c) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b) + static_cast<uint32_t>(c));
 }
 
+// hi - lo and a + b in 32 bits, wrapping: the sides of a clamped zone need not be in order, nor
+// near each other.
+int32_t extent(int32_t lo, int32_t hi) {
+    return static_cast<int32_t>(static_cast<uint32_t>(hi) - static_cast<uint32_t>(lo));
+}
+int32_t wrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
+
+// Row step in 32-bit units: rows of a motion frame end on a 32-bit boundary.
 int32_t rowUnits(int32_t width, int32_t bitCount) { return wrapMulAdd(width, bitCount, 31) / 32; }
 
 // Byte offset of a pixel column in a row.
@@ -77,12 +84,12 @@ SampleWalk sampleWalk(const MotionZone &zone, const BITMAPINFOHEADER &frame) {
     walk.refStep = rowBytes(ref.biWidth, refBpp);
     walk.frameX = columnBytes(frame.biBitCount, zone.pixelRect.left);
     walk.refX = columnBytes(refBpp, zone.referenceRect.left);
-    walk.spanY = zone.referenceRect.bottom - zone.referenceRect.top;
+    walk.spanY = extent(zone.referenceRect.top, zone.referenceRect.bottom);
     // 16-bit frames stop at the zone's width. Every other frame stops at the reference's width:
     // with a whole-frame reference that runs past the zone's right edge and on into the next
     // memory row, in frame and reference alike, and samples there can fire the zone.
     walk.sixteen = frame.biBitCount == 16;
-    walk.endX = walk.sixteen ? zone.referenceRect.right - zone.referenceRect.left : ref.biWidth;
+    walk.endX = walk.sixteen ? extent(zone.referenceRect.left, zone.referenceRect.right) : ref.biWidth;
     // Four pixels a sample: 8 bytes for 16-bit, otherwise 12 whatever the real pixel size.
     walk.sampleBytes = walk.sixteen ? 8 : 12;
     return walk;
@@ -168,7 +175,7 @@ bool MotionZone::compare(const BITMAPINFOHEADER &frame, const uint8_t *pixels) {
             }
             if (oldest[x] >= need) {
                 found = 1;
-                triggerPoint = ZonePoint{x + pixelRect.left, y + pixelRect.top};
+                triggerPoint = ZonePoint{wrapAdd(x, pixelRect.left), wrapAdd(y, pixelRect.top)};
                 break;
             }
         }
@@ -206,23 +213,32 @@ bool MotionZone::makeReference(const BITMAPINFOHEADER &frame) {
     // Both sizes and the percentage in 32-bit unsigned arithmetic: once a zone passes about
     // 43 MB the product wraps, and a zone of nearly the whole frame can come out cropped.
     const uint32_t fullBytes = static_cast<uint32_t>(rowUnits(W, bpp)) * static_cast<uint32_t>(H) * 4u;
-    // A zone that lies outside the frame, or a frame with no bytes, leaves nothing to watch.
-    if (int64_t{pixelRect.right} - pixelRect.left <= 0 || int64_t{pixelRect.bottom} - pixelRect.top <= 0 ||
-        fullBytes == 0) {
+    // A frame with no bytes leaves no share to take: nothing to watch until the next MotionInit.
+    if (fullBytes == 0) {
         unwatched = true;
         return false;
     }
-    const int32_t zoneW = pixelRect.right - pixelRect.left;
-    const int32_t zoneH = pixelRect.bottom - pixelRect.top;
+    // The sides were clamped one by one, so a zone beyond the frame comes out inverted: its width or
+    // height is negative, and so is its byte count, which the unsigned share makes huge. Such a
+    // zone keeps a whole-frame reference, and its scan still walks the frame (see sampleWalk).
+    const int32_t zoneW = extent(pixelRect.left, pixelRect.right);
+    const int32_t zoneH = extent(pixelRect.top, pixelRect.bottom);
+    const int32_t refBpp = bpp;  // the reference takes the frame's header
+    const uint32_t zoneBytes = static_cast<uint32_t>(rowUnits(zoneW, refBpp)) * static_cast<uint32_t>(zoneH) * 4u;
+    const uint32_t percent = zoneBytes * 100u / fullBytes;
+    const bool crop = KeepWholeFrame == 0 && percent < kCropBelowPercent;
+    // Only a product that wraps back below the share can crop an inverted zone, and its reference
+    // would have a negative side: its pixels and rows are no block to allocate or copy.
+    if (crop && (zoneW < 0 || zoneH < 0)) {
+        unwatched = true;
+        return false;
+    }
 
     DibBuffer::create(&reference);
     if (!reference) return false;
     BITMAPINFOHEADER &header = reference->header;
     std::memcpy(&header, &frame, sizeof(header));
-    const uint32_t zoneBytes =
-        static_cast<uint32_t>(rowUnits(zoneW, header.biBitCount)) * static_cast<uint32_t>(zoneH) * 4u;
-    const uint32_t percent = zoneBytes * 100u / fullBytes;
-    if (KeepWholeFrame == 0 && percent < kCropBelowPercent) {
+    if (crop) {
         header.biWidth = zoneW;
         header.biHeight = zoneH;
         header.biSizeImage = zoneBytes;

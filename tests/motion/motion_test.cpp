@@ -316,6 +316,56 @@ TEST(MotionCompare, ZonesAndFramesThatDoNotFitEndNoProcess) {
     }
 }
 
+// Zones beyond the frame, whose sides clamp past each other. An inverted zone keeps a whole-frame
+// reference (its negative byte count is a huge unsigned share), and a 24-bit scan runs from the
+// zone's left edge as many samples as the frame is wide, on into the next memory row: samples
+// outside the zone fire it. 16-bit scans end at the zone's negative width, and rows at a negative
+// height, so those never fire. A walk that would leave the frame, or a reference cropped to a
+// negative side, is never watched. Frames are exactly as large as their headers; blue 33 -> 120 at
+// sensitivity 8 fires a sample (16 bits: 0 -> 24 in the kept bits).
+TEST(MotionCompare, ZonesBeyondTheFrameScanWhatTheirWalkReaches) {
+    const struct { const char *what; int32_t w, h, bits; RECT zone; int32_t x, y; uint8_t mask; } cases[] = {
+        // 2,3..62,11 on 64x48: starts at byte 210 of image row 2+y, pixel 6, 16 samples of 12 bytes.
+        {"right of 64x48, sample 10 of image row 6", 64, 48, 24, {70, 3, 106, 11}, 42, 6, 1},
+        {"right of 64x48, sample 2 of image row 6", 64, 48, 24, {70, 3, 106, 11}, 10, 6, 1},
+        {"right of 64x48, off the grid", 64, 48, 24, {70, 3, 106, 11}, 60, 6, 0},
+        {"right of 64x48, last sample wraps to pixel 2 of image row 1", 64, 48, 24, {70, 3, 106, 11}, 2, 1, 1},
+        {"right of 64x48, image row 10 is past spanY 8", 64, 48, 24, {70, 3, 106, 11}, 42, 10, 0},
+        // 2,3,-10,11: from pixel 2 of image rows 3 and 7, the whole row.
+        {"left of 64x48, pixel 62 of image row 3", 64, 48, 24, {-50, 3, -10, 11}, 62, 3, 1},
+        {"left of 64x48, pixel 6 of image row 7", 64, 48, 24, {-50, 3, -10, 11}, 6, 7, 1},
+        {"left of 64x48, image row 6 is not sampled", 64, 48, 24, {-50, 3, -10, 11}, 6, 6, 0},
+        {"above 64x48: no rows", 64, 48, 24, {10, -20, 30, -5}, 10, 2, 0},
+        {"below 64x48: no rows", 64, 48, 24, {10, 60, 30, 80}, 10, 42, 0},
+        {"far right of 64x48: the walk would leave the frame", 64, 48, 24, {1000, 3, 1100, 11}, 2, 1, 0},
+        // 63 and 62: width -1 has a byte count of 0, so the reference is cropped to a negative side.
+        {"one pixel into the right margin: cropped to width -1", 64, 48, 24, {63, 30, 90, 40}, 10, 30, 0},
+        // 50,10,38,20 on 40x30: byte 150 of memory row 19 - y is pixel 10 of image row 9 + y; 8
+        // samples there, then pixels 2 and 6 of image row 8 + y.
+        {"right of 40x30, pixel 38 of image row 13", 40, 30, 24, {50, 10, 60, 20}, 38, 13, 1},
+        {"right of 40x30, pixel 6 of image row 16", 40, 30, 24, {50, 10, 60, 20}, 6, 16, 1},
+        {"right of 40x30, pixel 10 of image row 10", 40, 30, 24, {50, 10, 60, 20}, 10, 10, 0},
+        // 40,2,30,6 on 32x32: pixels 8 to 28 of image row 1, then pixels 0 and 4 of image row 0.
+        {"right of 32x32, the frame's top-left pixel", 32, 32, 24, {40, 1, 50, 6}, 0, 0, 1},
+        {"right of 32x32, pixel 8 of image row 1", 32, 32, 24, {40, 1, 50, 6}, 8, 1, 1},
+        {"right of 32x32, pixel 8 of image row 0", 32, 32, 24, {40, 1, 50, 6}, 8, 0, 0},
+        {"right of 32x32, a walk 7 bytes past the frame's end", 32, 32, 24, {70, 1, 90, 6}, 6, 0, 0},
+        {"16 bits, right of 64x48", 64, 48, 16, {70, 3, 106, 11}, 42, 6, 0},
+        {"16 bits, left of 64x48", 64, 48, 16, {-50, 3, -10, 11}, 6, 7, 0},
+        {"16 bits, inside 64x48", 64, 48, 16, {8, 8, 24, 24}, 8, 8, 1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        Detector detector;
+        detector.init(8, {c.zone});
+        GuardedFrame still(c.w, c.h, uint16_t(c.bits), 33), moved(c.w, c.h, uint16_t(c.bits), 33);
+        moved.at(c.x, c.y) = 120;
+        for (int i = 0; i < 31; ++i) EXPECT_EQ(feedGuarded(detector.handle, still), 0);
+        EXPECT_EQ(feedGuarded(detector.handle, moved), c.mask);
+        EXPECT_EQ(feedGuarded(detector.handle, moved), 0);  // the reference now holds the change
+    }
+}
+
 TEST(MotionCompare, NullPointersAreNoFrame) {
     Detector detector;
     detector.init(9, {});
