@@ -92,6 +92,32 @@ TEST(DemoProgram, EmbeddedSceneSnapshot) {
     EXPECT_TRUE(std::filesystem::exists(dir.path / "out" / "deinterlace.png"));
 }
 
+// Stopped by --frames before the footage ends: a decoder blocked on the full pipe, or a producer on
+// standard input that keeps writing, must not hold the demo. Each run is killed after 30 s, which
+// fails it; a demo that stops cleanly takes about a second.
+TEST(DemoProgram, StoppingBeforeTheFootageEndsExitsAtOnce) {
+    if (std::system("command -v ffmpeg >/dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
+    const TempDir dir;
+    const std::string clip = (dir.path / "clip.avi").string();
+    // 270 frames of 160x120, 15 MB decoded: far more than a pipe holds after frame 150.
+    ASSERT_EQ(std::system(("ffmpeg -v error -nostdin -f lavfi -i testsrc=size=160x120:rate=25 -frames:v 270 '" +
+                           clip + "'").c_str()),
+              0);
+    const std::string demo = std::string("timeout -s KILL 30 ") + KX_DEMO_PROGRAM + " --out '" +
+                             (dir.path / "out").string() + "' ";
+    const struct { const char *what; std::string command; } runs[] = {
+        {"ffmpeg", demo + "--input '" + clip + "' --frames 150"},
+        {"a producer", "head -c 200000000 /dev/zero | " + demo + "--raw 64x48 --frames 20"},
+    };
+    for (const auto &run : runs) {
+        const int status = std::system((run.command + " >/dev/null 2>&1").c_str());
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << run.what << ": " << status;
+    }
+    std::stringstream summary;
+    summary << std::ifstream(dir.path / "out" / "summary.txt").rdbuf();
+    EXPECT_NE(summary.str().find("20 frames of 64x48"), std::string::npos);
+}
+
 TEST(DemoProgram, BadInputIsOneLineAndAFailure) {
     const struct { const char *arguments; size_t inputBytes; int status; } rows[] = {
         {"--input /nonexistent/video.mp4", 0, 1},  // ffmpeg cannot open it

@@ -1,10 +1,8 @@
 #include "sources.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
+#include "child_process.h"
+
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,42 +13,9 @@
 #include <stdexcept>
 #include <vector>
 
-extern char **environ;
-
 namespace kx::demo {
 
 namespace {
-
-// Starts a program with its standard output (and, with joinErrors, its errors) on a pipe whose
-// reading end is returned in `out`; other output goes nowhere.
-pid_t spawn(const std::vector<std::string> &args, bool joinErrors, int &out) {
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) throw std::runtime_error("cannot make a pipe");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], 1);
-    if (joinErrors) {
-        posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], 2);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    }
-    posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-    posix_spawn_file_actions_addclose(&actions, pipeEnds[1]);
-    std::vector<char *> argv;
-    for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
-    argv.push_back(nullptr);
-    pid_t child = 0;
-    const int failed = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-    if (failed) {
-        close(pipeEnds[0]);
-        throw std::runtime_error("cannot start " + args[0] + ": " + std::strerror(failed));
-    }
-    out = pipeEnds[0];
-    return child;
-}
 
 // Reads up to `size` bytes; fewer only at the end of the input.
 size_t readFully(int fd, uint8_t *data, size_t size) {
@@ -65,12 +30,6 @@ size_t readFully(int fd, uint8_t *data, size_t size) {
         done += static_cast<size_t>(got);
     }
     return done;
-}
-
-int waitFor(pid_t child) {
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {}
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 std::string firstLine(const std::string &text) {
@@ -130,7 +89,7 @@ FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), p
             "--input needs ffmpeg and ffprobe, which are not installed (scripts/demo installs them)");
     }
     int probeOut = -1;
-    const pid_t probe = spawn({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+    const pid_t probe = spawnReading({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
                                "stream=width,height,avg_frame_rate", "-of", "csv=p=0", path},
                               true, probeOut);
     std::string answer;
@@ -153,7 +112,7 @@ FfmpegSource::FfmpegSource(const std::string &path) : RawSource(-1, 0, 0, 25), p
     width_ = width;
     height_ = height;
     if (fields == 4 && rate > 0 && base > 0) framesPerSecond_ = std::max(1, (rate + base / 2) / base);
-    decoder_ = spawn({"ffmpeg", "-v", "error", "-nostdin", "-i", path, "-f", "rawvideo", "-pix_fmt", "bgr24", "-"},
+    decoder_ = spawnReading({"ffmpeg", "-v", "error", "-nostdin", "-i", path, "-f", "rawvideo", "-pix_fmt", "bgr24", "-"},
                      false, fd_);
 }
 
@@ -165,10 +124,12 @@ int FfmpegSource::finish() {
 }
 
 FfmpegSource::~FfmpegSource() {
-    if (decoder_ > 0) {
-        kill(decoder_, SIGTERM);  // stopped early, by --frames
-        finish();
-    }
+    if (decoder_ <= 0) return;
+    // Stopped early, by --frames: the decoder may be blocked writing into the full pipe, and
+    // closing it is what ends that write.
+    close(fd_);
+    fd_ = -1;
+    stopChild(decoder_, std::chrono::seconds(2));
 }
 
 bool FfmpegSource::next(Frame &frame) {

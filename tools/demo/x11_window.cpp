@@ -1,9 +1,9 @@
 #include "x11_window.h"
 
+#include "child_process.h"
+
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -81,8 +81,7 @@ void X11Display::startServer() {
 
 void X11Display::stopServer() {
     if (server_ <= 0) return;
-    kill(server_, SIGTERM);
-    waitpid(server_, nullptr, 0);
+    stopChild(server_, std::chrono::seconds(5));
     server_ = 0;
 }
 
