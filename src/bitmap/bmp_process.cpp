@@ -1,6 +1,7 @@
 // Field processing of a frame delivered as two fields stacked in memory: weave them into
 // alternating lines, and in mode 2 deinterlace the luminance. Everything happens in the frame and
 // the caller's scratch block; nothing is allocated.
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -20,17 +21,28 @@ extern "C" KX_API int32_t BmpProcess(const BITMAPINFOHEADER *frame, uint8_t *bit
     const int32_t w = frame->biWidth;
     const int32_t h = frame->biHeight;
     // Rows are taken as tightly packed, whatever the DIB rules say.
-    const ptrdiff_t rowBytes = static_cast<ptrdiff_t>(w) * (frame->biBitCount >> 3);
+    const int64_t rowBytes = int64_t{w} * (frame->biBitCount >> 3);
     const int32_t half = h / 2;
+    // The frame holds `size` bytes, and so, at least, does the scratch block (checked in mode 1,
+    // the caller's word in mode 2). A header whose rows need more than that has the rows that
+    // would reach past it left out of the weave; a negative size holds nothing.
+    const int64_t held = size > 0 ? size : 0;
+    auto weaveRow = [&](int64_t from, int64_t to) {
+        if (rowBytes > 0 && (std::max(from, to) + 1) * rowBytes <= held)
+            std::memcpy(scratch + to * rowBytes, bits + from * rowBytes, static_cast<size_t>(rowBytes));
+    };
 
     // The upper half holds the first field, the lower half the second. With an odd height the
     // last scratch row is never written, and the copy back brings in whatever stood there.
     for (int32_t k = 0; k < half; ++k) {
-        std::memcpy(scratch + 2 * k * rowBytes, bits + k * rowBytes, static_cast<size_t>(rowBytes));
-        std::memcpy(scratch + (2 * k + 1) * rowBytes, bits + (k + half) * rowBytes, static_cast<size_t>(rowBytes));
+        weaveRow(k, int64_t{2} * k);
+        weaveRow(int64_t{k} + half, int64_t{2} * k + 1);
     }
-    std::memcpy(bits, scratch, static_cast<uint32_t>(size));
+    std::memcpy(bits, scratch, static_cast<size_t>(held));
     if (mode == 1) return 1;
+    // The conversions read and write three bytes a pixel over the whole frame: a frame that holds
+    // fewer (a 16-bit one, or a short size) keeps what the weave made of it.
+    if (w < 1 || h < 1 || int64_t{3} * w * h > held) return 1;
 
     // From here on three bytes a pixel. The chroma planes keep the luminance's row step of w,
     // though they hold only w / 2 samples a row. A DIB stores blue first and the kernels take the

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bitmap/dib_header.h"
+#include "guarded_buffer.h"
 #include "kernels/colour/levels.h"
 #include "kestrix.h"
 
@@ -84,6 +85,32 @@ TEST(BmpProcess, UnwovenBytesComeFromScratch) {
     want.resize(22, 0x5A);
     EXPECT_EQ(process(h, bits, scratch, 1), 1);
     EXPECT_EQ(bits, want);
+}
+
+// Headers whose rows need more than `size` bytes, in blocks of exactly that size (between no-access
+// pages): a row is woven only where both its source and its place lie inside them, and the rest
+// comes from scratch as usual. Mode 2 converts only a frame that holds three bytes a pixel.
+TEST(BmpProcess, RowsPastTheSizeAreLeftOut) {
+    const struct { const char *what; int32_t width, height; uint16_t bits; int32_t size, mode; std::vector<uint8_t> want; }
+        kCases[] = {
+            // 2x4 at 24 bits: rows of 6 bytes, numbered 16.., 32.., 48.., 64..; only row 0 -> 0 fits in 15.
+            {"24 bits, 15 of 24 bytes", 2, 4, 24, 15, 1, {16, 17, 18, 19, 20, 21, 90, 90, 90, 90, 90, 90, 90, 90, 90}},
+            // 2x4 at 16 bits is 16 bytes, fewer than the 24 the conversions take: woven A, C, B, D.
+            {"16 bits in mode 2", 2, 4, 16, 16, 2, {16, 17, 18, 19, 48, 49, 50, 51, 32, 33, 34, 35, 64, 65, 66, 67}},
+            {"a negative size holds nothing", 2, 4, 24, -5, 1, {}},
+            {"a negative size in mode 2", 2, 4, 24, -5, 2, {}},
+        };
+    for (const auto &c : kCases) {
+        SCOPED_TRACE(c.what);
+        BITMAPINFOHEADER h = header(c.width, c.height, c.bits);
+        h.biSizeImage = uint32_t(c.size);
+        const size_t bytes = size_t(std::max(c.size, 0));
+        const std::vector<uint8_t> rows = numberedRows(c.height, c.width * (c.bits >> 3));
+        kx::test::GuardedBuffer bits(bytes), scratch(std::max<size_t>(bytes, 3 * c.width * c.height), 90);
+        std::copy(rows.begin(), rows.begin() + bytes, bits.data());
+        EXPECT_EQ(BmpProcess(&h, bits.data(), c.size, scratch.data(), c.size, c.mode), 1);
+        EXPECT_EQ(std::vector<uint8_t>(bits.data(), bits.data() + bytes), c.want);
+    }
 }
 
 // Grey rows A, B, C, D of 40, 200, 80, 120, width 6 (three chroma blocks: every level converts grey

@@ -1,12 +1,16 @@
 // JpegDecompress3 and JpegDecompress2 through a device that reads what a paint would read, with
-// random windows, frames, roads and resize targets. Frames are as large as their rows padded to
-// 32 bits say; the shared block must hold every byte the resize writes and the paint reads.
+// random windows, frames, roads, levels and resize targets. Frames are as large as their rows
+// padded to 32 bits say; the shared block must hold every byte the resize writes and the paint
+// reads. Sizes stay small so that a run takes well under a millisecond: the shared block is
+// shrunk now and then to a small window's, so that growing it is explored at small sizes too.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "frame/library_state.h"
 #include "fuzz/fuzz_input.h"
 #include "kestrix.h"
+#include "kestrix/px.h"
 #include "platform/paint.h"
 
 namespace {
@@ -48,24 +52,35 @@ ReadingDevice device;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     kx::fuzz::Input in(data, size);
     kx::platform::setPaintDevice(&device);
-    if (!kx::FrameScratch) kx::replaceFrameScratch(1600 * 1200 * 3 + 40, 0);
+    pxSetLevel(in.range(0, 4));  // a level this processor lacks is refused and the last one stays
+    if (!kx::FrameScratch || in.range(0, 7) == 0) {
+        const int32_t side = in.range(0, 16) * 8;
+        kx::replaceFrameScratch(uint64_t(side) * uint64_t(side) * 3 + 40, 0);
+        kx::ScratchWidth = kx::ScratchHeight = side;
+    }
     const int32_t knownSizes[][2] = {{720, 480}, {720, 576}, {352, 240}, {352, 288}, {176, 128}};
-    int32_t fw = in.range(0, 200), fh = in.range(0, 150);
-    if (in.range(0, 3) == 0) {
+    int32_t fw = in.range(0, 120), fh = in.range(0, 90);
+    if (in.range(0, 7) == 0) {
         const int32_t k = in.range(0, 4);
         fw = knownSizes[k][0], fh = knownSizes[k][1];
     }
     const uint16_t bits = in.range(0, 3) == 0 ? uint16_t(in.range(0, 40)) : 24;
-    // Mostly windows under the block of attach; now and then one that grows it.
-    const bool large = in.range(0, 7) == 0;
-    const int32_t width = in.range(-10, large ? 2100 : 400), height = in.range(-10, large ? 1400 : 300);
+    const int32_t width = in.range(-10, 160), height = in.range(-10, 120);
     BITMAPINFOHEADER header{40, fw, fh, 1, bits, 0, 0, 0, 0, 0, 0};
     // The paint reads rows padded to 32 bits; the resize reads three bytes a pixel from rows of
     // bits * width / 8 bytes, whatever the depth.
     const int64_t stride = (int64_t{fw} * bits + 31) / 32 * 4;
     const int64_t resized = fh > 0 ? (int64_t{fh} - 1) * (int64_t{bits} * fw / 8) + 3 * int64_t{fw} : 0;
-    std::vector<uint8_t> pixels(size_t(std::max(stride * fh, resized)));
-    in.fill(pixels.data(), pixels.size());
+    // The frame ends where one block, made once, ends, so that a read past it still meets the
+    // sanitizer's red zone, and large camera frames cost no fresh pages on every run. A tile of the
+    // input, doubled up to the frame's size, fills it.
+    static std::vector<uint8_t> arena(size_t(720) * 576 * 40 / 8);  // the largest: 720x576, 40 bits
+    const size_t frameBytes = size_t(std::max(stride * fh, resized));
+    uint8_t *const pixels = arena.data() + arena.size() - frameBytes;
+    size_t filled = std::min<size_t>(frameBytes, 256);
+    in.fill(pixels, filled);
+    for (; filled && filled < frameBytes; filled *= 2)
+        std::memcpy(pixels + filled, pixels, std::min(filled, frameBytes - filled));
     std::vector<RECT> zones(size_t(in.range(0, 4)));
     for (RECT &r : zones) r = {in.range(-50, 800), in.range(-50, 600), in.range(-50, 800), in.range(-50, 600)};
     uint16_t text[8];
@@ -73,10 +88,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int32_t before = header.biHeight;
     int32_t result;
     if (in.flag()) {
-        result = JpegDecompress2(7, width, height, zones.data(), int32_t(zones.size()), &header, pixels.data(), text,
+        result = JpegDecompress2(7, width, height, zones.data(), int32_t(zones.size()), &header, pixels, text,
                                  8, in.range(-1, 2), text, 8);
     } else {
-        result = JpegDecompress3(7, width, height, zones.data(), int32_t(zones.size()), &header, pixels.data(), text,
+        result = JpegDecompress3(7, width, height, zones.data(), int32_t(zones.size()), &header, pixels, text,
                                  8, in.range(-1, 2), text, 8, 0, 0, 0, nullptr, in.range(0, 1), in.range(0, 1));
     }
     if (result != 1 || header.biHeight != before) std::abort();
