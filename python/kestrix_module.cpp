@@ -107,43 +107,42 @@ void checkExtent(py::ssize_t height, py::ssize_t width, py::ssize_t rowStep, con
     }
 }
 
-// An (height, width, 3) frame whose pixels are packed in each row; the row step is free.
-View frameView(const py::handle &object, const char *what, bool writable = false) {
+// An (height, width, 3) frame (channels 3) or an (height, width) plane (channels 1) whose samples
+// are packed in each row; the row step is free. A frame needs a row and a column; a plane may be
+// empty (the chroma of a one-row frame), which the kernels judge.
+View imageView(const py::handle &object, const char *what, int channels, bool writable) {
     py::array array = asUint8Array(object, what);
-    if (array.ndim() != 3 || array.shape(2) != 3) {
-        raiseValue(std::string(what) + " must have shape (height, width, 3), not " + shapeText(array));
+    const std::string name(what);
+    if (channels == 3 ? array.ndim() != 3 || array.shape(2) != 3 : array.ndim() != 2) {
+        raiseValue(name + (channels == 3 ? " must have shape (height, width, 3), not "
+                                         : " must have shape (height, width), not ") + shapeText(array));
     }
-    if (array.shape(0) < 1 || array.shape(1) < 1) {
-        raiseValue(std::string(what) + " must have at least one row and one column, not " + shapeText(array));
+    if (channels == 3 && (array.shape(0) < 1 || array.shape(1) < 1)) {
+        raiseValue(name + " must have at least one row and one column, not " + shapeText(array));
     }
-    if (array.strides(2) != 1 || array.strides(1) != 3) {
-        raiseValue(std::string(what) + " must have its pixels packed in each row (strides (row, 3, 1)), not " +
+    const bool packed = channels == 3 ? array.strides(2) == 1 && array.strides(1) == 3
+                                      : array.shape(1) < 2 || array.strides(1) == 1;
+    if (!packed) {
+        raiseValue(name + (channels == 3 ? " must have its pixels packed in each row (strides (row, 3, 1)), not "
+                                         : " must have its samples packed in each row (strides (row, 1)), not ") +
                    stridesText(array) + "; numpy.ascontiguousarray gives such a copy");
     }
     if (writable && !array.writeable()) {
-        raiseValue(std::string(what) + " must be writable");
+        raiseValue(name + " must be writable");
     }
     checkExtent(array.shape(0), array.shape(1), array.strides(0), what);
-    return {static_cast<uint8_t *>(array.mutable_data()), static_cast<int32_t>(array.shape(0)),
+    // Read-only arrays are fine for inputs; mutable_data() would refuse them.
+    auto *data = const_cast<uint8_t *>(static_cast<const uint8_t *>(array.data()));
+    return {data, static_cast<int32_t>(array.shape(0)),
             static_cast<int32_t>(array.shape(1)), array.strides(0)};
 }
 
-// An (height, width) 8-bit plane with packed rows.
+View frameView(const py::handle &object, const char *what, bool writable = false) {
+    return imageView(object, what, 3, writable);
+}
+
 View planeView(const py::handle &object, const char *what, bool writable = false) {
-    py::array array = asUint8Array(object, what);
-    if (array.ndim() != 2) {
-        raiseValue(std::string(what) + " must have shape (height, width), not " + shapeText(array));
-    }
-    if (array.shape(1) > 1 && array.strides(1) != 1) {
-        raiseValue(std::string(what) + " must have its samples packed in each row (strides (row, 1)), not " +
-                   stridesText(array) + "; numpy.ascontiguousarray gives such a copy");
-    }
-    if (writable && !array.writeable()) {
-        raiseValue(std::string(what) + " must be writable");
-    }
-    checkExtent(array.shape(0), array.shape(1), array.strides(0), what);
-    return {static_cast<uint8_t *>(array.mutable_data()), static_cast<int32_t>(array.shape(0)),
-            static_cast<int32_t>(array.shape(1)), array.strides(0)};
+    return imageView(object, what, 1, writable);
 }
 
 // A frame the exports read as one block of tightly packed rows, top row first in memory.

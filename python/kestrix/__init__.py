@@ -290,7 +290,8 @@ def resize(frame: np.ndarray, size: Optional[Tuple[int, int]] = None,
     Give ``size`` = (width, height) of the result, or ``factors`` = (x, y) of output pixels per source
     pixel; with both, the result is ``size`` cut from the scaling by ``factors``. ``out`` receives it
     (any row step); else a new array is returned. No copy of the frame: any row step goes, so crops
-    and flipped views are read where they lie. A rectangle that starts at or past the frame's right or
+    and flipped views are read where they lie. A rectangle reaching past the frame is clipped: the
+    rest of a new output is 0, of an ``out`` as it was. A rectangle that starts at or past the frame's right or
     bottom edge gives None (the kernel's warning ``NO_INTERSECTION``: nothing written).
     """
     _frame_size(frame)
@@ -306,7 +307,9 @@ def resize(frame: np.ndarray, size: Optional[Tuple[int, int]] = None,
     if size is None:
         size = (_extent(w, fx), _extent(h, fy))
     if out is None:
-        out = np.empty((size[1], size[0], 3), np.uint8)
+        # A rectangle reaching past the frame is clipped and leaves the rest of the output unwritten.
+        clipped = x + w > frame.shape[1] or y + h > frame.shape[0]
+        out = (np.zeros if clipped else np.empty)((size[1], size[0], 3), np.uint8)
     elif out.shape[:2] != (size[1], size[0]):
         raise ValueError(f"out must have shape {(size[1], size[0], 3)}, not {out.shape}")
     status = _kestrix.resize(frame, (x, y, w, h), out, fx, fy, int(interpolation))
