@@ -24,8 +24,10 @@ def _zone(text: str):
     return (left, top, right, bottom)
 
 
-def run(frames, fps: float, zones, sensitivity: int, min_frames: int, gap_frames: int, out=sys.stdout) -> int:
-    """Runs the detector over an iterable of frames; prints the events; returns the frame count."""
+def run(frames, fps: float, zones, sensitivity: int, min_frames: int, gap_frames: int, out=None) -> int:
+    """Runs the detector over an iterable of frames; prints the events (to ``out``, standard output by
+    default); returns the frame count."""
+    out = sys.stdout if out is None else out
     count = 0
     events = ZoneEvents(min_frames=min_frames, gap_frames=gap_frames)
     with MotionDetector(zones, sensitivity) as detector:
