@@ -544,7 +544,8 @@ PYBIND11_MODULE(_kestrix, m) {
     m.doc() = "The compiled layer of kestrix: array checks and the library calls, with the GIL released.";
 
     // Held for the life of the process, as the module is.
-    static PyObject *errorType = py::object(py::module_::import("kestrix._errors").attr("KestrixError")).release().ptr();
+    static PyObject *errorType =
+        py::object(py::module_::import("kestrix._errors").attr("KestrixError")).release().ptr();
     py::register_exception_translator([](std::exception_ptr pointer) {
         try {
             if (pointer) {
