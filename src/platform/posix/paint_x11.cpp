@@ -1,18 +1,25 @@
 // The paint device on X11, through XCB. XCB rather than Xlib because a library must not take over
 // the process-wide Xlib error handler: here a bad window or a failed request comes back as an error
 // reply, which is dropped. With no display, or a window that does not exist, getWindowDC gives a
-// null context and every operation does nothing, as GDI does on a failed GetWindowDC.
+// null context and every operation does nothing, as GDI does on a failed GetWindowDC. Images go
+// through memory shared with the server where it offers MIT-SHM and sees this process's memory,
+// else through the socket; either way the window shows the same pixels.
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "platform/paint.h"
+#include "platform/posix/x11_shared_image.h"
 
 namespace kx::platform {
+
+using x11::PaintRoute;
+using x11::SharedImage;
 
 namespace {
 
@@ -377,13 +384,49 @@ public:
         return 1;
     }
 
+    SharedImage &sharedImage() { return shared_; }
+    PaintRoute takeLastRoute() { return std::exchange(lastRoute_, PaintRoute::none); }
+
 private:
-    // Puts a window-coordinate block on the window in the visual's format, in pieces that each fit
-    // one request. sourceRow gives the DIB row of a window row; sourceLeft is the DIB column of
-    // the block's left edge.
+    // Puts a window-coordinate block on the window in the visual's format: through memory shared
+    // with the server where it offers that, else through the socket. sourceRow gives the DIB row
+    // of a window row; sourceLeft is the DIB column of the block's left edge.
     template <typename SourceRow>
     void putImage(xcb_connection_t *c, const X11Context &dc, int32_t left, int32_t top, int32_t width, int32_t height,
                   SourceRow sourceRow, int32_t sourceLeft, int32_t bitCount) {
+        const int bytes = dc.format.bitsPerPixel / 8;
+        const size_t pad = dc.format.scanlinePad / 8 ? dc.format.scanlinePad / 8 : 1;
+        // Rows as the server lays out an image of `width` pixels, so it finds them where they are.
+        const size_t stride = (static_cast<size_t>(width) * bytes + pad - 1) / pad * pad;
+        if (uint8_t *shared = shared_.reserve(c, dc.window, dc.depth, stride * static_cast<size_t>(height))) {
+            convertBlock(shared, stride, top, height, sourceRow, sourceLeft, width, bitCount, dc.format);
+            if (shared_.put(c, dc.window, dc.gc, static_cast<uint16_t>(stride / bytes), static_cast<uint16_t>(width),
+                            static_cast<uint16_t>(height), static_cast<int16_t>(left), static_cast<int16_t>(top),
+                            dc.depth)) {
+                lastRoute_ = PaintRoute::sharedMemory;
+                return;
+            }
+        }
+        putThroughSocket(c, dc, left, top, width, height, sourceRow, sourceLeft, bitCount);
+        lastRoute_ = PaintRoute::socket;
+    }
+
+    // Rows top to top + height - 1 of the window, converted into out at `stride` bytes a row. Every
+    // pixel byte is written by the conversion; only a row's padding needs zeros.
+    template <typename SourceRow>
+    static void convertBlock(uint8_t *out, size_t stride, int32_t top, int32_t height, SourceRow sourceRow,
+                             int32_t column, int32_t width, int32_t bitCount, const PixelFormat &format) {
+        const size_t pixelBytes = static_cast<size_t>(width) * (format.bitsPerPixel / 8);
+        for (int32_t row = 0; row < height; ++row, out += stride) {
+            convertRow(sourceRow(top + row), column, width, bitCount, format, out);
+            std::memset(out + pixelBytes, 0, stride - pixelBytes);
+        }
+    }
+
+    // The block in pieces that each fit one request.
+    template <typename SourceRow>
+    void putThroughSocket(xcb_connection_t *c, const X11Context &dc, int32_t left, int32_t top, int32_t width,
+                          int32_t height, SourceRow sourceRow, int32_t sourceLeft, int32_t bitCount) {
         const PixelFormat &format = dc.format;
         const int bytes = format.bitsPerPixel / 8;
         const size_t pad = format.scanlinePad / 8 ? format.scanlinePad / 8 : 1;
@@ -391,7 +434,6 @@ private:
         const size_t budget = std::min<size_t>(maxData, size_t{1} << 20);
         int32_t tileWidth = width;
         while (tileWidth > 1 && (static_cast<size_t>(tileWidth) * bytes + pad) > budget) tileWidth /= 2;
-        std::vector<uint8_t> data;
         for (int32_t x0 = left; x0 < left + width; x0 += tileWidth) {
             const int32_t w = std::min(tileWidth, left + width - x0);
             const size_t stride = (static_cast<size_t>(w) * bytes + pad - 1) / pad * pad;
@@ -399,17 +441,11 @@ private:
             const int32_t column = sourceLeft + (x0 - left);
             for (int32_t y0 = top; y0 < top + height; y0 += rowsPerTile) {
                 const int32_t h = std::min(rowsPerTile, top + height - y0);
-                // Every pixel byte is written by the conversion; only a row's padding needs zeros.
-                data.resize(stride * static_cast<size_t>(h));
-                const size_t pixelBytes = static_cast<size_t>(w) * bytes;
-                for (int32_t row = 0; row < h; ++row) {
-                    uint8_t *out = data.data() + stride * static_cast<size_t>(row);
-                    convertRow(sourceRow(y0 + row), column, w, bitCount, format, out);
-                    std::memset(out + pixelBytes, 0, stride - pixelBytes);
-                }
+                socketData_.resize(stride * static_cast<size_t>(h));
+                convertBlock(socketData_.data(), stride, y0, h, sourceRow, column, w, bitCount, format);
                 xcb_put_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, dc.window, dc.gc, static_cast<uint16_t>(w),
                               static_cast<uint16_t>(h), static_cast<int16_t>(x0), static_cast<int16_t>(y0), 0, dc.depth,
-                              static_cast<uint32_t>(data.size()), data.data());
+                              static_cast<uint32_t>(socketData_.size()), socketData_.data());
             }
         }
     }
@@ -448,13 +484,32 @@ private:
             storePixel(out, format.pixel(dibPixel(row, x + i, bitCount)), bytes, format.msbFirst);
         }
     }
+
+    // The paint block's state beside FrameScratch: used by one paint call at a time.
+    SharedImage shared_;
+    std::vector<uint8_t> socketData_;
+    PaintRoute lastRoute_ = PaintRoute::none;
 };
 
-}  // namespace
-
-PaintDevice &nativePaintDevice() {
+X11PaintDevice &x11Device() {
     static X11PaintDevice device;
     return device;
 }
+
+}  // namespace
+
+PaintDevice &nativePaintDevice() { return x11Device(); }
+
+namespace x11 {
+
+PaintRoute takeLastPaintRoute() { return x11Device().takeLastRoute(); }
+
+void resetSharedMemory(bool refuseNextAttach) {
+    SharedImage &shared = x11Device().sharedImage();
+    shared.release(connection(), true);
+    if (refuseNextAttach) shared.refuseNextAttach();
+}
+
+}  // namespace x11
 
 }  // namespace kx::platform
