@@ -1,9 +1,12 @@
 #include "outputs.h"
 
+#if KX_DEMO_PNG
 #include <png.h>
+#endif
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -28,6 +31,9 @@ RgbImage toRgb(const Frame &frame, int32_t x, int32_t y, int32_t width, int32_t 
     return picture;
 }
 
+#if KX_DEMO_PNG
+bool pngSupported() { return true; }
+
 void writePng(const std::string &path, const RgbImage &image) {
     std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "wb"), std::fclose);
     if (!file) throw std::runtime_error("cannot write " + path);
@@ -46,11 +52,49 @@ void writePng(const std::string &path, const RgbImage &image) {
     png_destroy_write_struct(&png, &info);
     if (std::fflush(file.get()) != 0) throw std::runtime_error("cannot write " + path);
 }
+#else
+bool pngSupported() { return false; }
+
+void writePng(const std::string &path, const RgbImage &) {
+    throw std::runtime_error("cannot write " + path + ": kestrix-demo was built without libpng");
+}
+#endif
 
 void writeText(const std::string &path, const std::string &text) {
     std::ofstream out(path, std::ios::binary);
     out << text;
     if (!out.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+OutputDirectory::OutputDirectory(const std::string &path) : path_(path) {
+    std::error_code failed;
+    std::filesystem::create_directories(path, failed);
+    if (failed) throw std::runtime_error("cannot make " + path + ": " + failed.message());
+}
+
+void OutputDirectory::picture(const std::string &name, const RgbImage &image) {
+    if (!pngSupported()) {
+        ++picturesLeftOut_;
+        return;
+    }
+    const std::string path = (std::filesystem::path(path_) / name).string();
+    writePng(path, image);
+    written_.push_back(path);
+}
+
+void OutputDirectory::text(const std::string &name, const std::string &content) {
+    const std::string path = (std::filesystem::path(path_) / name).string();
+    writeText(path, content);
+    written_.push_back(path);
+}
+
+void OutputDirectory::report() const {
+    for (const std::string &path : written_) std::printf("wrote %s\n", path.c_str());
+    if (picturesLeftOut_) {
+        std::printf("wrote no pictures (%d left out): kestrix-demo was built without libpng; install it (Debian: "
+                    "libpng-dev) and build again\n",
+                    picturesLeftOut_);
+    }
 }
 
 RgbImage contactSheet(const std::vector<RgbImage> &pictures, int32_t columns) {
@@ -100,7 +144,20 @@ std::string frameRuns(const std::vector<int32_t> &frames) {
     return text.empty() ? "none" : text;
 }
 
-namespace {
+void chooseZones(RunInfo &info, const std::vector<RECT> &given, bool scene) {
+    info.zones = given;
+    info.zoneNames.clear();
+    if (!given.empty()) return;
+    if (scene) {
+        for (const Zone &zone : Scene::zones()) {
+            info.zones.push_back(zone.rect);
+            info.zoneNames.push_back(zone.name);
+        }
+        return;
+    }
+    info.zones.push_back({0, 0, info.width, info.height});
+    info.zoneNames.push_back("whole frame");
+}
 
 std::vector<int32_t> framesInMotion(const std::vector<FrameRecord> &records, size_t zone) {
     std::vector<int32_t> frames;
@@ -113,6 +170,8 @@ std::vector<int32_t> framesInMotion(const std::vector<FrameRecord> &records, siz
 std::string zoneLabel(const RunInfo &info, size_t i) {
     return "zone " + std::to_string(i) + (i < info.zoneNames.size() ? " " + info.zoneNames[i] : std::string());
 }
+
+namespace {
 
 // A file name or zone name as SVG text.
 std::string escaped(const std::string &text) {
