@@ -98,8 +98,8 @@ TEST(DemoWall, SummaryLines) {
              "processor time a camera-frame: client 0.500 ms (detector, exposure, paint), whole demo 1.250 ms, "
              "X server 0.250 ms\n",
              "cameras one core keeps at 25 frames a second, on the client's time: 80\n",
-             "Camera 1: scene from frame 53, 5 frames of 720x576; in motion: zone 0 gate 0, zone 1 road 3; 1 exposure "
-             "moves; at the end gain 64, shutter 176, stage 64, luminance 160\n",
+             "Camera 1: scene from frame 53, 5 frames of 720x576; in motion: zone 0 gate: 0, zone 1 road: 3; 1 "
+             "exposure moves; at the end gain 64, shutter 176, stage 64, luminance 160\n",
          }) {
         EXPECT_NE(summary.find(line), std::string::npos) << line;
     }

@@ -100,6 +100,10 @@ public:
     }
 
     const WallCameraReport &report() const { return report_; }
+    // Forgets frames past the wall's last whole tick: the one where a video ended for another camera.
+    void keep(int32_t frames) {
+        if (report_.records.size() > static_cast<size_t>(frames)) report_.records.resize(static_cast<size_t>(frames));
+    }
 
 private:
     const Scene *scene_;
@@ -172,6 +176,7 @@ public:
             progress.update(tick + 1, false, figuresText(figures_));
         }
         figures_.frames = tick;
+        for (auto &camera : cameras_) camera->keep(tick);
         figures_.seconds = std::chrono::duration<double>(Clock::now() - start).count();
         if (serverStart >= 0 && tick) {
             figures_.serverMs = (processCpuMs(server) - serverStart) / (tick * figures_.cameras);
@@ -243,7 +248,7 @@ std::string wallSummaryText(const std::vector<WallCameraReport> &cameras, const 
         text << camera.name << ": " << camera.info.source << ", " << camera.records.size() << " frames of "
              << camera.info.width << "x" << camera.info.height << "; in motion:";
         for (size_t zone = 0; zone < camera.info.zones.size(); ++zone) {
-            text << (zone ? ", " : " ") << zoneLabel(camera.info, zone) << " "
+            text << (zone ? ", " : " ") << zoneLabel(camera.info, zone) << ": "
                  << framesInMotion(camera.records, zone).size();
         }
         const auto moves = std::count_if(camera.records.begin(), camera.records.end(),
