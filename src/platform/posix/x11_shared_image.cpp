@@ -22,10 +22,11 @@ bool succeeded(xcb_connection_t *c, xcb_void_cookie_t cookie) {
 
 }  // namespace
 
-SharedImage::~SharedImage() {
-    if (connection_ && !xcb_connection_has_error(connection_)) release(connection_, false);
-    freeMemory();
-}
+// At unload only this side lets go: a request now could meet a server that has gone away (the
+// demo stops its own Xvfb first), and a write to its socket would raise SIGPIPE. The server lets
+// go of its side when the connection closes, and the system then frees the segment, which was
+// marked for removal when it was attached.
+SharedImage::~SharedImage() { freeMemory(); }
 
 uint8_t *SharedImage::reserve(xcb_connection_t *c, xcb_drawable_t drawable, uint8_t depth, size_t bytes) {
     if (c != connection_) {
