@@ -93,7 +93,8 @@ public:
             shutterWidth = reportedShutterWidth(std::max(luma_, 1) / kDaylightLuma);
         }
         const double before = cpuMs(CLOCK_THREAD_CPUTIME_ID);
-        report_.records.push_back(client_->handle(tick, frame_, false, shutterWidth, settings_, 25));
+        const int32_t framesPerSecond = report_.info.framesPerSecond;
+        report_.records.push_back(client_->handle(tick, frame_, false, shutterWidth, settings_, framesPerSecond));
         clientMs += cpuMs(CLOCK_THREAD_CPUTIME_ID) - before;
         luma_ = report_.records.back().luma;
         return true;
