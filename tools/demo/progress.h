@@ -16,7 +16,9 @@ class Progress {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit Progress(int32_t total) : total_(total), shown_(isatty(2) != 0) {}
+    // barWidth: characters of the bar, for a line that has more to say.
+    explicit Progress(int32_t total, int32_t barWidth = 30)
+        : total_(total), barWidth_(std::clamp(barWidth, 1, 30)), shown_(isatty(2) != 0) {}
 
     // Whether an update now would be drawn; the last one always is.
     bool due(bool last = false) const {
@@ -31,8 +33,8 @@ public:
         const double rate = seconds > 0 ? done / seconds : 0;
         if (total_ > 0) {
             char bar[31] = {};
-            const int32_t filled = std::min(done, total_) * 30 / total_;
-            for (int32_t i = 0; i < 30; ++i) bar[i] = i < filled ? '#' : '.';
+            const int32_t filled = std::min(done, total_) * barWidth_ / total_;
+            for (int32_t i = 0; i < barWidth_; ++i) bar[i] = i < filled ? '#' : '.';
             std::fprintf(stderr, "\r[%s] %d/%d frames  %.0f frames/s %s", bar, done, total_, rate, detail.c_str());
         } else {
             std::fprintf(stderr, "\r%d frames  %.0f frames/s %s", done, rate, detail.c_str());
@@ -42,6 +44,7 @@ public:
 
 private:
     int32_t total_;
+    int32_t barWidth_;
     bool shown_;
     Clock::time_point start_ = Clock::now(), drawn_;
 };

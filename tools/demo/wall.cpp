@@ -119,14 +119,15 @@ private:
     Frame frame_;
 };
 
-// The progress line's addition: the processor time a camera-frame so far.
+// The progress line's addition, short enough for a terminal of 100 columns: the processor time a
+// camera-frame so far.
 std::string figuresText(const WallFigures &f) {
-    char text[160];
-    const int used = std::snprintf(text, sizeof(text),
-                                   "a camera, %d cameras; CPU a camera-frame: client %.2f ms, demo %.2f ms", f.cameras,
-                                   f.clientMs, f.processMs);
+    char text[120];
+    const int used =
+        std::snprintf(text, sizeof(text), "a camera; CPU a camera-frame: client %.2f ms, all %.2f", f.clientMs,
+                      f.processMs);
     if (f.serverMs >= 0 && used > 0) {
-        std::snprintf(text + used, sizeof(text) - static_cast<size_t>(used), ", X server %.2f ms ", f.serverMs);
+        std::snprintf(text + used, sizeof(text) - static_cast<size_t>(used), ", X %.2f ", f.serverMs);
     }
     return text;
 }
@@ -157,7 +158,7 @@ public:
     // Tick by tick, every camera one frame, at 25 a second or as fast as it goes.
     void play() {
         const int32_t total = scene_ ? (options_.frames ? options_.frames : Scene::kFrames) : options_.frames;
-        Progress progress(total);
+        Progress progress(total, 10);
         const auto start = Clock::now();
         const double processStart = cpuMs(CLOCK_PROCESS_CPUTIME_ID);
         const pid_t server = display_.serverProcess();
