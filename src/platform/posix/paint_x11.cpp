@@ -420,9 +420,8 @@ private:
         const size_t stride = (static_cast<size_t>(width) * bytes + pad - 1) / pad * pad;
         if (uint8_t *shared = shared_.reserve(c, dc.window, dc.depth, stride * static_cast<size_t>(height))) {
             convertBlock(shared, stride, top, height, sourceRow, sourceLeft, width, bitCount, dc.format);
-            if (shared_.put(c, dc.window, dc.gc, static_cast<uint16_t>(stride / bytes), static_cast<uint16_t>(width),
-                            static_cast<uint16_t>(height), static_cast<int16_t>(left), static_cast<int16_t>(top),
-                            dc.depth)) {
+            if (shared_.put(c, dc.window, dc.gc, static_cast<uint16_t>(width), static_cast<uint16_t>(height),
+                            static_cast<int16_t>(left), static_cast<int16_t>(top), dc.depth)) {
                 lastRoute_ = PaintRoute::sharedMemory;
                 return;
             }

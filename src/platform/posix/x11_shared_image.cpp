@@ -102,12 +102,12 @@ bool SharedImage::serverSeesMemory(xcb_connection_t *c, xcb_drawable_t drawable,
     return seen;
 }
 
-bool SharedImage::put(xcb_connection_t *c, xcb_drawable_t window, xcb_gcontext_t gc, uint16_t rowPixels,
-                      uint16_t width, uint16_t height, int16_t x, int16_t y, uint8_t depth) {
+bool SharedImage::put(xcb_connection_t *c, xcb_drawable_t window, xcb_gcontext_t gc, uint16_t width,
+                      uint16_t height, int16_t x, int16_t y, uint8_t depth) {
     // Checked, so that the call returns only when the server is done with the memory: the next
     // paint may write into it at once, and a failure can still go the socket's way.
-    const bool shown = succeeded(c, xcb_shm_put_image_checked(c, window, gc, rowPixels, height, 0, 0, width, height, x,
-                                                              y, depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment_, 0));
+    const bool shown = succeeded(c, xcb_shm_put_image_checked(c, window, gc, width, height, 0, 0, width, height, x, y,
+                                                              depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment_, 0));
     if (!shown) {
         release(c, false);
         server_ = Server::refuses;

@@ -34,11 +34,11 @@ public:
     // `drawable` and `depth` serve the check that the server really sees the memory.
     uint8_t *reserve(xcb_connection_t *c, xcb_drawable_t drawable, uint8_t depth, size_t bytes);
 
-    // Shows width x height pixels from the start of the memory, rows of rowPixels pixels in the
-    // server's Z format, at x, y of the window. It returns once the server has read them; false when
-    // the server failed the request, after which the segment is given up.
-    bool put(xcb_connection_t *c, xcb_drawable_t window, xcb_gcontext_t gc, uint16_t rowPixels, uint16_t width,
-             uint16_t height, int16_t x, int16_t y, uint8_t depth);
+    // Shows a width x height image from the start of the memory, in the server's Z format with its
+    // row padding, at x, y of the window. It returns once the server has read it; false when the
+    // server failed the request, after which the segment is given up.
+    bool put(xcb_connection_t *c, xcb_drawable_t window, xcb_gcontext_t gc, uint16_t width, uint16_t height, int16_t x,
+             int16_t y, uint8_t depth);
 
     // Detaches and frees the segment; with forgetServer, the next reserve asks the server again.
     void release(xcb_connection_t *c, bool forgetServer);
