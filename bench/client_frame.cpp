@@ -5,13 +5,14 @@
 // threads at once, their paint calls serialised by a lock as the library's thread rules require.
 //
 // Output, one line each, for scripts/bench:
-//   level <n> display <yes|no>
+//   level <n> display <yes|no> mit_shm <yes|no>
 //   frame threads=<n> frames=<n> best_us=<t> median_us=<t> cpu_best_us=<t> cpu_median_us=<t> frames_per_s=<f>
 //   call name=<export> best_us=<t> median_us=<t>        (one thread)
 // Times are wall times of the calling thread, and (cpu_) the processor time it used: the difference
 // is mostly waiting for the X server, which does its part of the paint in its own process.
 // Painting needs an X display (DISPLAY); without one the paint calls do nothing, but the resize is
-// still done.
+// still done. Where the server offers MIT-SHM the library paints through shared memory, else
+// through the socket; scripts/bench runs both.
 #include <time.h>
 #include <xcb/xcb.h>
 
@@ -73,6 +74,17 @@ public:
     Display &operator=(const Display &) = delete;
 
     bool open() const { return connection_ != nullptr; }
+
+    // Whether the server offers the shared-memory images the library paints through where it can.
+    bool sharedMemory() const {
+        if (!connection_) return false;
+        const char name[] = "MIT-SHM";
+        xcb_query_extension_reply_t *reply = xcb_query_extension_reply(
+            connection_, xcb_query_extension(connection_, sizeof(name) - 1, name), nullptr);
+        const bool present = reply && reply->present;
+        std::free(reply);
+        return present;
+    }
 
     // The id the paint exports take; 0 without a display, which they accept and paint nothing for.
     int32_t window(int16_t x, int16_t y) {
@@ -211,7 +223,8 @@ int main() {
     // The library chose its level when it loaded, by the rule pxChooseLevel applies here.
     pxChooseLevel();
     Display display;
-    std::printf("level %d display %s\n", pxGetLevel(), display.open() ? "yes" : "no");
+    std::printf("level %d display %s mit_shm %s\n", pxGetLevel(), display.open() ? "yes" : "no",
+                display.sharedMemory() ? "yes" : "no");
 
     Camera first(display.window(0, 0), 1), second(display.window(224, 168), 2);
     const Run alone = run({&first});

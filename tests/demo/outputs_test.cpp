@@ -134,6 +134,11 @@ TEST(DemoOptions, Accepted) {
     EXPECT_EQ(o.rawWidth, 64);
     EXPECT_EQ(o.rawHeight, 48);
     EXPECT_TRUE(o.show);
+    const char *wall[] = {"kestrix-demo", "--wall", "16", "--fast", "--input", "a.mp4", "--input", "b.mp4"};
+    const Options w = parseOptions(8, wall);
+    EXPECT_EQ(w.wall, 16);
+    EXPECT_TRUE(w.fast);
+    EXPECT_EQ(w.inputs, (std::vector<std::string>{"a.mp4", "b.mp4"}));
 }
 
 TEST(DemoOptions, Refused) {
@@ -149,6 +154,11 @@ TEST(DemoOptions, Refused) {
         {"--input", "a.mp4", "--raw", "64x48"},  // one input
         {"--out"},                       // no value
         {"--colour"},                    // unknown
+        {"--wall", "0"},                 // 1 to 64 cameras
+        {"--wall", "65"},
+        {"--wall", "4", "--raw", "64x48"},         // the scene or videos
+        {"--input", "a.mp4", "--input", "b.mp4"},  // several videos: a wall
+        {"--fast"},                                // a wall's
     };
     for (const auto &row : rows) {
         std::vector<const char *> argv = {"kestrix-demo"};

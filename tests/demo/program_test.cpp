@@ -92,6 +92,29 @@ TEST(DemoProgram, EmbeddedSceneSnapshot) {
     EXPECT_TRUE(std::filesystem::exists(dir.path / "out" / "deinterlace.png"));
 }
 
+// Four cameras of the scene, 40 frames as fast as they go: wall.png is the 2x2 wall of 504x376
+// windows with gaps of 2, each showing its zones outlined in red, and the summary has a line a camera.
+TEST(DemoProgram, WallOfFourCameras) {
+    const TempDir dir;
+    const Result result = runDemo(dir, "--wall 4 --fast --frames 40");
+    ASSERT_EQ(result.status, 0) << result.errors;
+    const std::string wall = (dir.path / "out" / "wall.png").string();
+    int32_t width = 0, height = 0;
+    for (int32_t camera = 0; camera < 4; ++camera) {
+        const int32_t left = 2 + camera % 2 * 506, top = 2 + camera / 2 * 378;
+        EXPECT_GT(countColour(wall, 0xFF0000, left, top, left + 504, top + 376, width, height), 1000) << camera;
+        EXPECT_EQ(countColour(wall, 0x000000, left + 504, top, left + 506, top + 376, width, height), 2 * 376);
+    }
+    EXPECT_EQ(width, 1014);
+    EXPECT_EQ(height, 758);
+    std::stringstream summary;
+    summary << std::ifstream(dir.path / "out" / "summary.txt").rdbuf();
+    EXPECT_EQ(summary.str().rfind("kestrix-demo --wall 4: 40 frames a camera, as fast as it goes\n", 0), 0u);
+    for (const char *camera : {"Camera 1: scene from frame 0,", "Camera 4: scene from frame 159,"}) {
+        EXPECT_NE(summary.str().find(camera), std::string::npos) << camera;
+    }
+}
+
 // Stopped by --frames before the footage ends: a decoder blocked on the full pipe, or a producer on
 // standard input that keeps writing, must not hold the demo. Each run is killed after 30 s, which
 // fails it; a demo that stops cleanly takes about a second.

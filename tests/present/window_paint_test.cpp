@@ -9,9 +9,11 @@
 
 #include "present/frame_fixture.h"
 #if !defined(_WIN32)
+#include <xcb/shm.h>
 #include <xcb/xcb.h>
 
 #include "frame/library_state.h"
+#include "platform/posix/x11_shared_image.h"
 #endif
 
 namespace kx::test {
@@ -61,6 +63,13 @@ void closeWindow() {
     xcb_destroy_window(connection, window);
     sync();
 }
+
+// The route a paint must take: memory shared with the server when it offers MIT-SHM (the library
+// and the test are on the same machine), else the socket. The x11 tests run once each way.
+platform::x11::PaintRoute expectedRoute() {
+    const xcb_query_extension_reply_t *shm = xcb_get_extension_data(connection, &xcb_shm_id);
+    return shm && shm->present ? platform::x11::PaintRoute::sharedMemory : platform::x11::PaintRoute::socket;
+}
 #endif
 
 namespace {
@@ -76,7 +85,14 @@ class WindowPaint : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_NE(id = openWindow(W, H), 0) << "no display"; }
     void TearDown() override { closeWindow(); }
-    void read() { pixels = readWindow(W, H); }
+    void read() {
+        pixels = readWindow(W, H);
+#if !defined(_WIN32)
+        if (painted) {
+            EXPECT_EQ(platform::x11::takeLastPaintRoute(), expectedRoute());
+        }
+#endif
+    }
 
     Box box(uint32_t colour, int32_t x0, int32_t y0, int32_t x1, int32_t y1) const {
         Box b;
@@ -99,6 +115,7 @@ protected:
     }
 
     int32_t id = 0;
+    bool painted = true;  // read() checks the route of the last paint
     std::vector<uint32_t> pixels;
 };
 
@@ -179,9 +196,45 @@ TEST_F(WindowPaint, MissingWindowPaintsNothing) {
     TestFrame frame(W, H);
     const RECT zone = {2, 2, 10, 10};
     const uint16_t text[] = {'x'};
+    platform::x11::takeLastPaintRoute();
     ASSERT_EQ(paint(D2, frame, W, H, {&zone, 1, text, 1, 0, text, 1, nullptr, 0, 1, 0x7FFFFFF0}), 1);
+    painted = false;
     read();
     EXPECT_EQ(std::count(pixels.begin(), pixels.end(), kGrey), W * H);
+    EXPECT_EQ(platform::x11::takeLastPaintRoute(), platform::x11::PaintRoute::none);
+}
+
+// A server that refuses the segment: the socket takes over and the window shows the same bytes.
+// Each size paints through the shared segment (grown for the larger window), then with the attach
+// refused, then through a segment again. Road 1 with a zone and texts, and road 2 into 800x600.
+TEST(WindowPaintRoutes, RefusedAttachShowsTheSameBytes) {
+    using platform::x11::PaintRoute;
+    for (const auto &[width, height, frameWidth, frameHeight] : {std::tuple{W, H, W, H}, {800, 600, 720, 576}}) {
+        SCOPED_TRACE(width);
+        const int32_t id = openWindow(width, height);
+        ASSERT_NE(id, 0) << "no display";
+        TestFrame frame(frameWidth, frameHeight);
+        const RECT zone = {20, 30, 120, 90};
+        auto paintAndRead = [&] {
+            EXPECT_EQ(paint(D3, frame, width, height,
+                            {.zones = &zone, .zoneCount = 1, .topLeft = "Cam 1", .topLeftLength = 5,
+                             .bottomRight = "12:34", .bottomRightLength = 5, .wideText = 0, .window = id}),
+                      1);
+            return std::pair{readWindow(width, height), platform::x11::takeLastPaintRoute()};
+        };
+        const auto [shared, sharedRoute] = paintAndRead();
+        EXPECT_EQ(sharedRoute, expectedRoute());
+        platform::x11::resetSharedMemory(true);
+        const auto [socket, socketRoute] = paintAndRead();
+        EXPECT_EQ(socketRoute, PaintRoute::socket);
+        platform::x11::resetSharedMemory(false);
+        const auto [again, againRoute] = paintAndRead();
+        EXPECT_EQ(againRoute, expectedRoute());
+        EXPECT_LT(std::count(shared.begin(), shared.end(), kGrey), width * height / 2);  // the frame is there
+        EXPECT_TRUE(shared == socket);
+        EXPECT_TRUE(again == socket);
+        closeWindow();
+    }
 }
 #endif
 

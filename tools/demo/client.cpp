@@ -9,8 +9,6 @@ namespace kx::demo {
 
 namespace {
 
-constexpr int32_t kWindowMaxWidth = 512, kWindowMaxHeight = 384;
-
 int32_t roundTo8(double value) { return std::max(8, static_cast<int32_t>(value / 8 + 0.5) * 8); }
 
 struct Fit {
@@ -46,16 +44,16 @@ RECT PaintLayout::outline(const RECT &zone) const {
             (zone.bottom - y) * frameHeight / sh};
 }
 
-PaintLayout paintLayoutFor(int32_t frameWidth, int32_t frameHeight) {
+PaintLayout paintLayoutFor(int32_t frameWidth, int32_t frameHeight, int32_t maxWidth, int32_t maxHeight) {
     PaintLayout layout;
     layout.frameWidth = frameWidth;
     layout.frameHeight = frameHeight;
     // Proportions of what a window smaller than the frame shows.
     const RECT part = fitFor(frameWidth, frameHeight, frameWidth - 1, frameHeight - 1).shown;
     const double partWidth = part.right - part.left, partHeight = part.bottom - part.top;
-    const double scale = std::min({1.0, kWindowMaxWidth / partWidth, kWindowMaxHeight / partHeight});
-    layout.windowWidth = roundTo8(partWidth * scale);
-    layout.windowHeight = roundTo8(partHeight * scale);
+    const double scale = std::min({1.0, maxWidth / partWidth, maxHeight / partHeight});
+    layout.windowWidth = std::min(roundTo8(partWidth * scale), std::max(8, maxWidth / 8 * 8));
+    layout.windowHeight = std::min(roundTo8(partHeight * scale), std::max(8, maxHeight / 8 * 8));
     const Fit fit = fitFor(frameWidth, frameHeight, layout.windowWidth, layout.windowHeight);
     if (layout.windowWidth == frameWidth && layout.windowHeight == frameHeight) {
         layout.shown = {1, 1, frameWidth + 1, frameHeight + 1};  // painted as it is
@@ -78,7 +76,7 @@ std::string timeText(int32_t index, int32_t framesPerSecond) {
 Client::Client(int32_t width, int32_t height, const ClientOptions &options, int32_t window)
     : options_(options),
       window_(window),
-      layout_(paintLayoutFor(width, height)),
+      layout_(paintLayoutFor(width, height, options.maxWindowWidth, options.maxWindowHeight)),
       header_(dibHeader(width, height)),
       scratch_(header_.biSizeImage),
       stretchWork_(static_cast<size_t>(kThumbWidth) * kThumbHeight * 3),
@@ -128,8 +126,11 @@ FrameRecord Client::handle(int32_t index, Frame &frame, bool stacked, int32_t sh
     record.move = ChangeGain3(&record.luma, shutterWidth, &camera.stage, &camera.gain, &camera.shutter);
     record.after = camera;
 
-    BITMAPINFOHEADER thumbHeader = dibHeader(kThumbWidth, kThumbHeight);
-    BmpStretchDIB(&header_, frame.pixels.data(), &thumbHeader, thumbnail_.pixels.data(), stretchWork_.data(), -1, 1);
+    if (options_.thumbnails) {
+        BITMAPINFOHEADER thumbHeader = dibHeader(kThumbWidth, kThumbHeight);
+        BmpStretchDIB(&header_, frame.pixels.data(), &thumbHeader, thumbnail_.pixels.data(), stretchWork_.data(), -1,
+                      1);
+    }
 
     if (window_) {
         const std::string &name = options_.cameraName;

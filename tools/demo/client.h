@@ -24,13 +24,16 @@ struct PaintLayout {
     RECT outline(const RECT &zone) const;
 };
 
-// A window no larger than 512x384 with sides a multiple of 8, in the proportions of what it shows.
-PaintLayout paintLayoutFor(int32_t frameWidth, int32_t frameHeight);
+// A window no larger than maxWidth x maxHeight with sides a multiple of 8, in the proportions of
+// what it shows.
+PaintLayout paintLayoutFor(int32_t frameWidth, int32_t frameHeight, int32_t maxWidth = 512, int32_t maxHeight = 384);
 
 struct ClientOptions {
     int32_t sensitivity = Scene::kSensitivity;
     std::vector<RECT> zones;  // picture pixels, y from the top; at most 8 are reported
     std::string cameraName;
+    int32_t maxWindowWidth = 512, maxWindowHeight = 384;  // the window, as paintLayoutFor makes it
+    bool thumbnails = true;  // a sharpened thumbnail of every frame
 };
 
 struct FrameRecord {

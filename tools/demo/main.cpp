@@ -1,5 +1,5 @@
 // kestrix-demo: a surveillance client on the Kestrix library, on an embedded scene or on real video,
-// leaving pictures of what the library did. See --help.
+// leaving pictures of what the library did; or a wall of such cameras. See --help.
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,51 +15,22 @@
 #include "client.h"
 #include "options.h"
 #include "outputs.h"
+#include "progress.h"
 #include "scene.h"
 #include "sources.h"
+#include "wall.h"
 #include "x11_window.h"
 
 namespace kx::demo {
 namespace {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-// The embedded scene's luminance in daylight at the camera's resting exposure. Footage is taken to
-// be lit by its own luminance over this, which gives the shutter width its camera would report.
-constexpr double kDaylightLuma = 113.0;
 
 // The frame whose stacked fields are shown woven and deinterlaced side by side.
 constexpr int32_t kDeinterlaceFrame = 72;
 // Frames of the embedded scene shown as the window showed them: the person in the gate zone, the
 // deinterlaced person, the road zone, the falling light, the dark, and after the floodlight.
 constexpr int32_t kSceneSnapshots[] = {52, 72, 110, 175, 205, 245};
-
-class Progress {
-public:
-    explicit Progress(int32_t total) : total_(total), shown_(isatty(2) != 0) {}
-    void update(int32_t done, bool last = false) {
-        const auto now = Clock::now();
-        if (!shown_ || (!last && now - drawn_ < std::chrono::milliseconds(100))) return;
-        drawn_ = now;
-        const double seconds = std::chrono::duration<double>(now - start_).count();
-        const double rate = seconds > 0 ? done / seconds : 0;
-        if (total_ > 0) {
-            char bar[31] = {};
-            const int32_t filled = std::min(done, total_) * 30 / total_;
-            for (int32_t i = 0; i < 30; ++i) bar[i] = i < filled ? '#' : '.';
-            std::fprintf(stderr, "\r[%s] %d/%d frames  %.0f frames/s ", bar, done, total_, rate);
-        } else {
-            std::fprintf(stderr, "\r%d frames  %.0f frames/s ", done, rate);
-        }
-        if (last) std::fputc('\n', stderr);
-    }
-
-private:
-    int32_t total_;
-    bool shown_;
-    Clock::time_point start_ = Clock::now(), drawn_;
-};
 
 // Keeps one thumbnail in every `stride` frames, halving them (and doubling the stride) when there
 // are 24, so a stream of any length leaves an even spread.
@@ -86,113 +57,148 @@ std::string snapshotName(int32_t index) {
     return name;
 }
 
-int run(const Options &options) {
+// Where the frames come from: the embedded scene, a video through ffmpeg, or standard input.
+struct Stream {
     std::unique_ptr<RawSource> footage;
     std::optional<Scene> scene;
     RunInfo info;
-    if (!options.input.empty()) {
-        footage = std::make_unique<FfmpegSource>(options.input);
-        info.source = fs::path(options.input).filename().string();
+    int32_t total = 0;  // 0: until the footage ends
+};
+
+Stream openStream(const Options &options) {
+    Stream stream;
+    RunInfo &info = stream.info;
+    if (!options.inputs.empty()) {
+        stream.footage = std::make_unique<FfmpegSource>(options.inputs.front());
+        info.source = std::filesystem::path(options.inputs.front()).filename().string();
     } else if (options.rawWidth) {
-        footage = std::make_unique<RawSource>(0, options.rawWidth, options.rawHeight, Scene::kFramesPerSecond);
+        stream.footage =
+            std::make_unique<RawSource>(0, options.rawWidth, options.rawHeight, Scene::kFramesPerSecond);
         info.source = "standard input";
     } else {
-        scene.emplace();
+        stream.scene.emplace();
         info.source = "embedded scene";
     }
+    const RawSource *footage = stream.footage.get();
     info.width = footage ? footage->width() : Scene::kWidth;
     info.height = footage ? footage->height() : Scene::kHeight;
     info.framesPerSecond = footage ? footage->framesPerSecond() : Scene::kFramesPerSecond;
     info.sensitivity = options.sensitivity;
     info.cameraSteered = !footage;
-    info.zones = options.zones;
-    if (info.zones.empty() && scene) {
-        for (const Zone &zone : Scene::zones()) {
-            info.zones.push_back(zone.rect);
-            info.zoneNames.push_back(zone.name);
+    chooseZones(info, options.zones, stream.scene.has_value());
+    stream.total = stream.scene ? (options.frames ? std::min(options.frames, Scene::kFrames) : Scene::kFrames)
+                                : options.frames;
+    return stream;
+}
+
+// One camera in one window, frame by frame, and the pictures it leaves.
+class CameraRun {
+public:
+    CameraRun(const Options &options, Stream &stream)
+        : options_(options),
+          stream_(stream),
+          out_(options.out),
+          display_(!options.show),
+          window_(display_, layoutOf(stream).windowWidth, layoutOf(stream).windowHeight, options.show),
+          client_(stream.info.width, stream.info.height,
+                  {options.sensitivity, stream.info.zones,
+                   stream.scene ? "Yard camera 1" : stream.info.source.substr(0, 200)},
+                  window_.id()) {}
+
+    void play() {
+        Progress progress(stream_.total);
+        start_ = Clock::now();
+        for (int32_t index = 0; stream_.total == 0 || index < stream_.total; ++index) {
+            if (!nextFrame(index)) break;
+            show(index);
+            if (options_.show) {
+                const auto period = std::chrono::seconds(1) / stream_.info.framesPerSecond;
+                std::this_thread::sleep_until(start_ + (index + 1) * period);
+            }
+            progress.update(index + 1);
         }
-    } else if (info.zones.empty()) {
-        info.zones.push_back({0, 0, info.width, info.height});
-        info.zoneNames.push_back("whole frame");
+        progress.update(static_cast<int32_t>(records_.size()), true);
     }
-    const int32_t total =
-        scene ? (options.frames ? std::min(options.frames, Scene::kFrames) : Scene::kFrames) : options.frames;
 
-    std::error_code failed;
-    fs::create_directories(options.out, failed);
-    if (failed) throw std::runtime_error("cannot make " + options.out + ": " + failed.message());
-    const fs::path out(options.out);
-    std::vector<std::string> written;
-    auto writePicture = [&](const std::string &name, const RgbImage &picture) {
-        writePng((out / name).string(), picture);
-        written.push_back((out / name).string());
-    };
-
-    X11Display display(!options.show);
-    const PaintLayout layout = paintLayoutFor(info.width, info.height);
-    X11Window window(display, layout.windowWidth, layout.windowHeight, options.show);
-    const std::string camera = scene ? "Yard camera 1" : info.source.substr(0, 200);
-    Client client(info.width, info.height, {options.sensitivity, info.zones, camera}, window.id());
-
-    std::vector<FrameRecord> records;
-    ThumbnailPicker thumbnails;
-    Progress progress(total);
-    CameraSettings settings;  // steers the scene; on footage only what the camera would be asked for
-    int32_t luma = static_cast<int32_t>(kDaylightLuma);
-    Frame frame, woven;
-    const auto start = Clock::now();
-    int32_t nextSnapshot = 0;  // footage: frames 0, 50, 100, 200, 400, ...
-    int32_t lastSnapshot = -1;
-    for (int32_t index = 0; total == 0 || index < total; ++index) {
-        bool stacked = false;
-        int32_t shutterWidth = 0;
-        if (scene) {
-            scene->render(index, settings, frame);
-            stacked = Scene::stackedFields(index);
-            shutterWidth = reportedShutterWidth(Scene::light(index));
-        } else {
-            if (!footage->next(frame)) break;
-            shutterWidth = reportedShutterWidth(std::max(luma, 1) / kDaylightLuma);
+    void finish() {
+        const int32_t done = static_cast<int32_t>(records_.size());
+        if (!done) throw std::runtime_error("no frames to show");
+        if (!stream_.scene && lastSnapshot_ != done - 1) {
+            out_.picture(snapshotName(done - 1), window_.read());  // the last frame is still in the window
         }
-        const bool compareFields = stacked && index == kDeinterlaceFrame;
+        out_.picture("contact-sheet.png", contactSheet(thumbnails_.pictures(), 5));
+        out_.text("plot.svg", plotSvg(records_, stream_.info));
+        out_.text("summary.txt", summaryText(records_, stream_.info));
+        out_.report();
+    }
+
+private:
+    static PaintLayout layoutOf(const Stream &stream) { return paintLayoutFor(stream.info.width, stream.info.height); }
+
+    // The frame as the camera delivers it; false when the footage has ended.
+    bool nextFrame(int32_t index) {
+        stacked_ = false;
+        if (stream_.scene) {
+            stream_.scene->render(index, settings_, frame_);
+            stacked_ = Scene::stackedFields(index);
+            shutterWidth_ = reportedShutterWidth(Scene::light(index));
+            return true;
+        }
+        if (!stream_.footage->next(frame_)) return false;
+        shutterWidth_ = reportedShutterWidth(std::max(luma_, 1) / kDaylightLuma);
+        return true;
+    }
+
+    // Through the client and into the window, with the pictures this frame leaves.
+    void show(int32_t index) {
+        const bool compareFields = stacked_ && index == kDeinterlaceFrame;
         if (compareFields) {
-            woven = frame;
-            client.weave(woven);
+            woven_ = frame_;
+            client_.weave(woven_);
         }
-        records.push_back(client.handle(index, frame, stacked, shutterWidth, settings, info.framesPerSecond));
-        luma = records.back().luma;
-
+        records_.push_back(
+            client_.handle(index, frame_, stacked_, shutterWidth_, settings_, stream_.info.framesPerSecond));
+        luma_ = records_.back().luma;
         if (compareFields) {
             const RECT who = Scene::person(index);
             const int32_t x = (who.left + who.right) / 2 - 80, y = who.top;
-            const RgbImage before = toRgb(woven, x, y, 160, 120, 2), after = toRgb(frame, x, y, 160, 120, 2);
-            writePicture("deinterlace.png", contactSheet({before, after}, 2));
+            const RgbImage before = toRgb(woven_, x, y, 160, 120, 2), after = toRgb(frame_, x, y, 160, 120, 2);
+            out_.picture("deinterlace.png", contactSheet({before, after}, 2));
         }
-        const bool snapshot = scene ? std::find(std::begin(kSceneSnapshots), std::end(kSceneSnapshots), index) !=
-                                          std::end(kSceneSnapshots)
-                                    : index == nextSnapshot;
+        const bool snapshot = stream_.scene ? std::find(std::begin(kSceneSnapshots), std::end(kSceneSnapshots),
+                                                        index) != std::end(kSceneSnapshots)
+                                            : index == nextSnapshot_;
         if (snapshot) {
-            writePicture(snapshotName(index), window.read());
-            lastSnapshot = index;
-            nextSnapshot = nextSnapshot ? 2 * nextSnapshot : 50;
+            out_.picture(snapshotName(index), window_.read());
+            lastSnapshot_ = index;
+            nextSnapshot_ = nextSnapshot_ ? 2 * nextSnapshot_ : 50;  // footage: frames 0, 50, 100, 200, ...
         }
-        thumbnails.offer(index, client.thumbnail());
-        if (options.show)
-            std::this_thread::sleep_until(start + (index + 1) * std::chrono::seconds(1) / info.framesPerSecond);
-        progress.update(index + 1);
+        thumbnails_.offer(index, client_.thumbnail());
     }
-    const int32_t done = static_cast<int32_t>(records.size());
-    progress.update(done, true);
-    if (!done) throw std::runtime_error("no frames to show");
-    if (!scene && lastSnapshot != done - 1) {
-        writePicture(snapshotName(done - 1), window.read());  // the last frame is still in the window
-    }
-    writePicture("contact-sheet.png", contactSheet(thumbnails.pictures(), 5));
-    writeText((out / "plot.svg").string(), plotSvg(records, info));
-    written.push_back((out / "plot.svg").string());
-    writeText((out / "summary.txt").string(), summaryText(records, info));
-    written.push_back((out / "summary.txt").string());
-    for (const std::string &path : written) std::printf("wrote %s\n", path.c_str());
+
+    const Options &options_;
+    Stream &stream_;
+    OutputDirectory out_;
+    X11Display display_;
+    X11Window window_;
+    Client client_;
+    std::vector<FrameRecord> records_;
+    ThumbnailPicker thumbnails_;
+    CameraSettings settings_;  // steers the scene; on footage only what the camera would be asked for
+    int32_t luma_ = static_cast<int32_t>(kDaylightLuma);
+    int32_t shutterWidth_ = 0;
+    bool stacked_ = false;
+    Frame frame_, woven_;
+    Clock::time_point start_;
+    int32_t nextSnapshot_ = 0, lastSnapshot_ = -1;
+};
+
+int run(const Options &options) {
+    if (options.wall) return runWall(options);
+    Stream stream = openStream(options);
+    CameraRun camera(options, stream);
+    camera.play();
+    camera.finish();
     return 0;
 }
 

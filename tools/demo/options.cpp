@@ -61,7 +61,11 @@ Options parseOptions(int argc, const char *const *argv) {
         } else if (arg == "--zones") {
             o.zones = parseZones(value());
         } else if (arg == "--input") {
-            o.input = value();
+            o.inputs.push_back(value());
+        } else if (arg == "--wall") {
+            o.wall = parseNumber(arg, value(), 1, 64);
+        } else if (arg == "--fast") {
+            o.fast = true;
         } else if (arg == "--raw") {
             const std::string size = value();
             if (!parseSize(size, o.rawWidth, o.rawHeight)) {
@@ -71,13 +75,18 @@ Options parseOptions(int argc, const char *const *argv) {
             throw std::invalid_argument("unknown argument \"" + arg + "\" (see --help)");
         }
     }
-    if (!o.input.empty() && o.rawWidth) throw std::invalid_argument("--input and --raw exclude each other");
+    if (!o.inputs.empty() && o.rawWidth) throw std::invalid_argument("--input and --raw exclude each other");
+    if (o.wall && o.rawWidth) throw std::invalid_argument("--wall takes the scene or --input videos, not --raw");
+    if (!o.wall && o.inputs.size() > 1) throw std::invalid_argument("several --input videos need --wall");
+    if (!o.wall && o.fast) throw std::invalid_argument("--fast is for --wall; one camera runs as fast as it goes");
     return o;
 }
 
 const char *usage() {
     return "usage: kestrix-demo [--out DIR] [--show] [--frames N] [--sensitivity 0-9] [--zones \"L,T,R,B ...\"]\n"
            "                    [--input VIDEO | --raw WxH]\n"
+           "       kestrix-demo --wall N [--fast] [--out DIR] [--show] [--frames N] [--sensitivity 0-9]\n"
+           "                    [--zones \"L,T,R,B ...\"] [--input VIDEO ...]\n"
            "\n"
            "Runs a surveillance client on the Kestrix library: with no input, on ten seconds of an embedded\n"
            "720x576 scene; with --input, on any video ffmpeg reads; with --raw, on packed BGR24 frames, top row\n"
@@ -89,7 +98,15 @@ const char *usage() {
            "  --frames N     stop after N frames\n"
            "  --sensitivity  motion sensitivity, 0 (least) to 9 (most); 4 by default\n"
            "  --zones        up to 8 zones in frame pixels, y from the top; a zone inside its neighbour in the\n"
-           "                 list is dropped, and the mask bits follow the zones that remain\n";
+           "                 list is dropped, and the mask bits follow the zones that remain\n"
+           "\n"
+           "With --wall N (1 to 64) it paints N cameras into a grid of windows inside one window, each camera\n"
+           "with its own detector, exposure loop and zones: the scene, each camera at another moment of it\n"
+           "and with its own noise, or the --input videos in turn (the wall stops when the shortest ends).\n"
+           "It runs at 25 frames a second a camera, shows frames a second and processor time a camera, and\n"
+           "writes wall.png (the whole wall at the end) and summary.txt with the figures.\n"
+           "\n"
+           "  --fast         run the wall as fast as it goes\n";
 }
 
 }  // namespace kx::demo

@@ -1,9 +1,12 @@
 #include "outputs.h"
 
+#if KX_DEMO_PNG
 #include <png.h>
+#endif
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -28,6 +31,9 @@ RgbImage toRgb(const Frame &frame, int32_t x, int32_t y, int32_t width, int32_t 
     return picture;
 }
 
+#if KX_DEMO_PNG
+bool pngSupported() { return true; }
+
 void writePng(const std::string &path, const RgbImage &image) {
     std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "wb"), std::fclose);
     if (!file) throw std::runtime_error("cannot write " + path);
@@ -46,11 +52,49 @@ void writePng(const std::string &path, const RgbImage &image) {
     png_destroy_write_struct(&png, &info);
     if (std::fflush(file.get()) != 0) throw std::runtime_error("cannot write " + path);
 }
+#else
+bool pngSupported() { return false; }
+
+void writePng(const std::string &path, const RgbImage &) {
+    throw std::runtime_error("cannot write " + path + ": kestrix-demo was built without libpng");
+}
+#endif
 
 void writeText(const std::string &path, const std::string &text) {
     std::ofstream out(path, std::ios::binary);
     out << text;
     if (!out.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+OutputDirectory::OutputDirectory(const std::string &path) : path_(path) {
+    std::error_code failed;
+    std::filesystem::create_directories(path, failed);
+    if (failed) throw std::runtime_error("cannot make " + path + ": " + failed.message());
+}
+
+void OutputDirectory::picture(const std::string &name, const RgbImage &image) {
+    if (!pngSupported()) {
+        ++picturesLeftOut_;
+        return;
+    }
+    const std::string path = (std::filesystem::path(path_) / name).string();
+    writePng(path, image);
+    written_.push_back(path);
+}
+
+void OutputDirectory::text(const std::string &name, const std::string &content) {
+    const std::string path = (std::filesystem::path(path_) / name).string();
+    writeText(path, content);
+    written_.push_back(path);
+}
+
+void OutputDirectory::report() const {
+    for (const std::string &path : written_) std::printf("wrote %s\n", path.c_str());
+    if (picturesLeftOut_) {
+        std::printf("wrote no pictures (%d left out): kestrix-demo was built without libpng; install it (Debian: "
+                    "libpng-dev) and build again\n",
+                    picturesLeftOut_);
+    }
 }
 
 RgbImage contactSheet(const std::vector<RgbImage> &pictures, int32_t columns) {
@@ -100,7 +144,20 @@ std::string frameRuns(const std::vector<int32_t> &frames) {
     return text.empty() ? "none" : text;
 }
 
-namespace {
+void chooseZones(RunInfo &info, const std::vector<RECT> &given, bool scene) {
+    info.zones = given;
+    info.zoneNames.clear();
+    if (!given.empty()) return;
+    if (scene) {
+        for (const Zone &zone : Scene::zones()) {
+            info.zones.push_back(zone.rect);
+            info.zoneNames.push_back(zone.name);
+        }
+        return;
+    }
+    info.zones.push_back({0, 0, info.width, info.height});
+    info.zoneNames.push_back("whole frame");
+}
 
 std::vector<int32_t> framesInMotion(const std::vector<FrameRecord> &records, size_t zone) {
     std::vector<int32_t> frames;
@@ -113,6 +170,8 @@ std::vector<int32_t> framesInMotion(const std::vector<FrameRecord> &records, siz
 std::string zoneLabel(const RunInfo &info, size_t i) {
     return "zone " + std::to_string(i) + (i < info.zoneNames.size() ? " " + info.zoneNames[i] : std::string());
 }
+
+namespace {
 
 // A file name or zone name as SVG text.
 std::string escaped(const std::string &text) {
@@ -143,36 +202,51 @@ std::string number(double value) {
 
 }  // namespace
 
-std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info) {
-    constexpr double kLeft = 110, kPlotWidth = 700, kTop = 36, kPlotHeight = 220, kLaneHeight = 22;
-    const size_t zoneCount = std::min<size_t>(info.zones.size(), 8);
-    const double lanesTop = kTop + kPlotHeight + 34;
-    const double height = lanesTop + kLaneHeight * static_cast<double>(zoneCount) + 40;
-    const double frames = std::max<double>(1, static_cast<double>(records.size()));
-    auto xOf = [&](double index) { return kLeft + index * kPlotWidth / frames; };
+namespace {
 
-    std::ostringstream svg;
-    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kLeft + kPlotWidth + 170 << "\" height=\"" << height
-        << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
+// Where things stand in the plot: the value plot on top, a lane a zone beneath, seconds at the bottom.
+struct PlotGeometry {
+    static constexpr double kLeft = 110, kPlotWidth = 700, kTop = 36, kPlotHeight = 220, kLaneHeight = 22;
+    size_t zoneCount;
+    double lanesTop, height, frames;
+
+    PlotGeometry(size_t records, size_t zones)
+        : zoneCount(std::min<size_t>(zones, 8)),
+          lanesTop(kTop + kPlotHeight + 34),
+          height(lanesTop + kLaneHeight * static_cast<double>(zoneCount) + 40),
+          frames(std::max<double>(1, static_cast<double>(records))) {}
+    double x(double index) const { return kLeft + index * kPlotWidth / frames; }
+};
+
+// The title, the stacked-field frames shaded across the plot, its border and the level scale.
+void plotGround(std::ostream &svg, const PlotGeometry &g, const std::vector<FrameRecord> &records,
+                const RunInfo &info) {
+    using G = PlotGeometry;
+    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << G::kLeft + G::kPlotWidth + 170 << "\" height=\""
+        << g.height << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
         << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-        << "<text x=\"" << kLeft << "\" y=\"20\" font-size=\"14\">" << escaped(info.source)
+        << "<text x=\"" << G::kLeft << "\" y=\"20\" font-size=\"14\">" << escaped(info.source)
         << ": exposure loop and motion, " << records.size() << " frames</text>\n";
-    // Stacked-field frames, shaded across the plot.
     std::vector<int32_t> stacked;
     for (const FrameRecord &r : records) {
         if (r.stacked) stacked.push_back(r.index);
     }
     for (const auto &[first, last] : runsOf(stacked)) {
-        svg << "<rect x=\"" << number(xOf(first)) << "\" y=\"" << kTop << "\" width=\""
-            << number(xOf(last + 1) - xOf(first)) << "\" height=\"" << kPlotHeight << "\" fill=\"#fff2c0\"/>\n";
+        svg << "<rect x=\"" << number(g.x(first)) << "\" y=\"" << G::kTop << "\" width=\""
+            << number(g.x(last + 1) - g.x(first)) << "\" height=\"" << G::kPlotHeight << "\" fill=\"#fff2c0\"/>\n";
     }
-    svg << "<rect x=\"" << kLeft << "\" y=\"" << kTop << "\" width=\"" << kPlotWidth << "\" height=\"" << kPlotHeight
-        << "\" fill=\"none\" stroke=\"#888\"/>\n";
+    svg << "<rect x=\"" << G::kLeft << "\" y=\"" << G::kTop << "\" width=\"" << G::kPlotWidth << "\" height=\""
+        << G::kPlotHeight << "\" fill=\"none\" stroke=\"#888\"/>\n";
     for (int32_t level : {0, 64, 128, 192, 255}) {
-        const double y = kTop + kPlotHeight * (1 - level / 255.0);
-        svg << "<text x=\"" << kLeft - 6 << "\" y=\"" << number(y + 4) << "\" text-anchor=\"end\">" << level
+        const double y = G::kTop + G::kPlotHeight * (1 - level / 255.0);
+        svg << "<text x=\"" << G::kLeft - 6 << "\" y=\"" << number(y + 4) << "\" text-anchor=\"end\">" << level
             << "</text>\n";
     }
+}
+
+// Luminance, gain, shutter and stage, each on its own scale, with the legend.
+void plotSeries(std::ostream &svg, const PlotGeometry &g, const std::vector<FrameRecord> &records) {
+    using G = PlotGeometry;
     struct Series {
         const char *name, *colour;
         double range;
@@ -184,49 +258,63 @@ std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info
         {"shutter (0-511)", "#1f77b4", 511, [](const FrameRecord &r) { return r.after.shutter; }},
         {"stage (0-130)", "#2ca02c", 130, [](const FrameRecord &r) { return r.after.stage; }},
     };
-    double legendY = kTop + 10;
+    const double legendX = G::kLeft + G::kPlotWidth;
+    double legendY = G::kTop + 10;
     for (const Series &s : series) {
         svg << "<polyline fill=\"none\" stroke=\"" << s.colour << "\" stroke-width=\"1.5\" points=\"";
         for (size_t i = 0; i < records.size(); ++i) {
             const double level = std::clamp(s.value(records[i]) / s.range, 0.0, 1.0);
-            svg << (i ? " " : "") << number(xOf(i + 0.5)) << "," << number(kTop + kPlotHeight * (1 - level));
+            svg << (i ? " " : "") << number(g.x(i + 0.5)) << "," << number(G::kTop + G::kPlotHeight * (1 - level));
         }
-        svg << "\"/>\n<line x1=\"" << kLeft + kPlotWidth + 12 << "\" y1=\"" << legendY - 4 << "\" x2=\""
-            << kLeft + kPlotWidth + 30 << "\" y2=\"" << legendY - 4 << "\" stroke=\"" << s.colour
-            << "\" stroke-width=\"2\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY << "\">" << s.name
-            << "</text>\n";
+        svg << "\"/>\n<line x1=\"" << legendX + 12 << "\" y1=\"" << legendY - 4 << "\" x2=\"" << legendX + 30
+            << "\" y2=\"" << legendY - 4 << "\" stroke=\"" << s.colour << "\" stroke-width=\"2\"/><text x=\""
+            << legendX + 36 << "\" y=\"" << legendY << "\">" << s.name << "</text>\n";
         legendY += 18;
     }
-    svg << "<rect x=\"" << kLeft + kPlotWidth + 12 << "\" y=\"" << legendY - 10 << "\" width=\"18\" height=\"10\" "
-        << "fill=\"#fff2c0\"/><text x=\"" << kLeft + kPlotWidth + 36 << "\" y=\"" << legendY
-        << "\">stacked fields</text>\n";
-    // The frames whose ChangeGain3 moved the camera, as ticks above the plot.
+    svg << "<rect x=\"" << legendX + 12 << "\" y=\"" << legendY - 10 << "\" width=\"18\" height=\"10\" "
+        << "fill=\"#fff2c0\"/><text x=\"" << legendX + 36 << "\" y=\"" << legendY << "\">stacked fields</text>\n";
+}
+
+// Ticks above the plot where ChangeGain3 moved the camera, a lane a zone with a bar for every frame
+// in motion, and the seconds along the bottom.
+void plotEvents(std::ostream &svg, const PlotGeometry &g, const std::vector<FrameRecord> &records,
+                const RunInfo &info) {
+    using G = PlotGeometry;
     for (const FrameRecord &r : records) {
         if (r.after == r.before) continue;
-        const double x = xOf(r.index + 0.5);
-        svg << "<line x1=\"" << number(x) << "\" y1=\"" << kTop - 8 << "\" x2=\"" << number(x) << "\" y2=\"" << kTop
-            << "\" stroke=\"#d62728\"/>\n";
+        const double x = g.x(r.index + 0.5);
+        svg << "<line x1=\"" << number(x) << "\" y1=\"" << G::kTop - 8 << "\" x2=\"" << number(x) << "\" y2=\""
+            << G::kTop << "\" stroke=\"#d62728\"/>\n";
     }
-    svg << "<text x=\"" << kLeft - 6 << "\" y=\"" << kTop - 1 << "\" text-anchor=\"end\">moves</text>\n";
-    // One lane a zone: a bar for every frame in motion.
-    for (size_t zone = 0; zone < zoneCount; ++zone) {
-        const double y = lanesTop + kLaneHeight * static_cast<double>(zone);
-        svg << "<text x=\"" << kLeft - 6 << "\" y=\"" << y + 13 << "\" text-anchor=\"end\">"
-            << escaped(zoneLabel(info, zone)) << "</text>\n<rect x=\"" << kLeft << "\" y=\"" << y << "\" width=\""
-            << kPlotWidth << "\" height=\"" << kLaneHeight - 6 << "\" fill=\"#f0f0f0\"/>\n";
+    svg << "<text x=\"" << G::kLeft - 6 << "\" y=\"" << G::kTop - 1 << "\" text-anchor=\"end\">moves</text>\n";
+    for (size_t zone = 0; zone < g.zoneCount; ++zone) {
+        const double y = g.lanesTop + G::kLaneHeight * static_cast<double>(zone);
+        svg << "<text x=\"" << G::kLeft - 6 << "\" y=\"" << y + 13 << "\" text-anchor=\"end\">"
+            << escaped(zoneLabel(info, zone)) << "</text>\n<rect x=\"" << G::kLeft << "\" y=\"" << y
+            << "\" width=\"" << G::kPlotWidth << "\" height=\"" << G::kLaneHeight - 6 << "\" fill=\"#f0f0f0\"/>\n";
         for (const auto &[first, last] : runsOf(framesInMotion(records, zone))) {
-            svg << "<rect x=\"" << number(xOf(first)) << "\" y=\"" << y << "\" width=\""
-                << number(xOf(last + 1) - xOf(first)) << "\" height=\"" << kLaneHeight - 6 << "\" fill=\"#d62728\"/>\n";
+            svg << "<rect x=\"" << number(g.x(first)) << "\" y=\"" << y << "\" width=\""
+                << number(g.x(last + 1) - g.x(first)) << "\" height=\"" << G::kLaneHeight - 6
+                << "\" fill=\"#d62728\"/>\n";
         }
     }
-    // Seconds along the bottom.
-    const double axisY = lanesTop + kLaneHeight * static_cast<double>(zoneCount) + 14;
-    const int32_t seconds = static_cast<int32_t>(frames) / info.framesPerSecond;
+    const double axisY = g.lanesTop + G::kLaneHeight * static_cast<double>(g.zoneCount) + 14;
+    const int32_t seconds = static_cast<int32_t>(g.frames) / info.framesPerSecond;
     const int32_t step = std::max(1, seconds / 10);
     for (int32_t s = 0; s <= seconds; s += step) {
-        svg << "<text x=\"" << number(xOf(s * info.framesPerSecond)) << "\" y=\"" << axisY
+        svg << "<text x=\"" << number(g.x(s * info.framesPerSecond)) << "\" y=\"" << axisY
             << "\" text-anchor=\"middle\">" << s << " s</text>\n";
     }
+}
+
+}  // namespace
+
+std::string plotSvg(const std::vector<FrameRecord> &records, const RunInfo &info) {
+    const PlotGeometry geometry(records.size(), info.zones.size());
+    std::ostringstream svg;
+    plotGround(svg, geometry, records, info);
+    plotSeries(svg, geometry, records);
+    plotEvents(svg, geometry, records, info);
     svg << "</svg>\n";
     return svg.str();
 }

@@ -35,6 +35,16 @@ float jitter(uint32_t h, int32_t spread) {
     return static_cast<float>(static_cast<int32_t>(h % (2 * spread + 1)) - spread);
 }
 
+// std::lround of a value well inside 32 bits, halves away from zero, without the library call: the
+// fraction v - t is exact in float, so the result is the same to the last case.
+int32_t roundHalfAway(float v) {
+    const int32_t t = static_cast<int32_t>(v);
+    const float rest = v - static_cast<float>(t);
+    return t + (rest >= 0.5f) - (rest <= -0.5f);
+}
+
+uint8_t toByte(float v) { return static_cast<uint8_t>(std::clamp(roundHalfAway(v), 0, 255)); }
+
 bool inside(const RECT &r, int32_t x, int32_t y) { return x >= r.left && x < r.right && y >= r.top && y < r.bottom; }
 
 struct Bgr {
@@ -133,7 +143,10 @@ RECT Scene::person(double time) {
     return {left, kPersonTop, left + kPersonWidth, kPersonTop + kPersonHeight};
 }
 
-Scene::Scene() : background_(static_cast<size_t>(kWidth) * kHeight * 3) {
+Scene::Scene()
+    : background_(static_cast<size_t>(kWidth) * kHeight * 3),
+      roundedBackground_(background_.size()),
+      noise_(static_cast<size_t>(kNoisePlanes) * kWidth * kHeight) {
     float *out = background_.data();
     for (int32_t y = 0; y < kHeight; ++y) {
         for (int32_t x = 0; x < kWidth; ++x, out += 3) {
@@ -143,14 +156,20 @@ Scene::Scene() : background_(static_cast<size_t>(kWidth) * kHeight * 3) {
             out[2] = c.r;
         }
     }
+    for (size_t i = 0; i < background_.size(); ++i) roundedBackground_[i] = toByte(background_[i]);
+    for (size_t i = 0; i < noise_.size(); ++i) {
+        noise_[i] = static_cast<uint8_t>(hash(static_cast<uint32_t>(i), 0, 8) % 5);
+    }
 }
 
-void Scene::renderRow(int32_t y, double time, int32_t index, double exposure, uint8_t *out) const {
-    const float *base = background_.data() + static_cast<size_t>(y) * kWidth * 3;
+void Scene::renderRow(int32_t y, double time, int32_t index, double exposure, uint8_t *out, int32_t x0,
+                      int32_t x1) const {
+    const float *base = background_.data() + (static_cast<size_t>(y) * kWidth + x0) * 3;
+    out += static_cast<size_t>(x0) * 3;
     const RECT who = person(time);
     const float lit = static_cast<float>(exposure * light(index));
     const float lamp = static_cast<float>(exposure * std::max(1.0, light(index)) * lampLevel(index));
-    for (int32_t x = 0; x < kWidth; ++x, base += 3, out += 3) {
+    for (int32_t x = x0; x < x1; ++x, base += 3, out += 3) {
         Bgr c{base[0], base[1], base[2]};
         float scale = lit;
         if (inside(kLamp, x, y)) {
@@ -162,7 +181,7 @@ void Scene::renderRow(int32_t y, double time, int32_t index, double exposure, ui
         const float noise =
             jitter(hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(index) + 7), 2);
         const float value[3] = {c.b * scale + noise, c.g * scale + noise, c.r * scale + noise};
-        for (int i = 0; i < 3; ++i) out[i] = static_cast<uint8_t>(std::clamp(std::lround(value[i]), 0L, 255L));
+        for (int i = 0; i < 3; ++i) out[i] = toByte(value[i]);
     }
 }
 
@@ -177,6 +196,36 @@ void Scene::render(int32_t index, const CameraSettings &settings, Frame &out) co
     for (int32_t line = 0; line < half; ++line) {
         renderRow(2 * line, index, index, exposure, out.row(line));
         renderRow(2 * line + 1, index + 0.5, index, exposure, out.row(half + line));
+    }
+}
+
+void Scene::renderQuick(int32_t index, const CameraSettings &settings, uint32_t seed, Frame &out) const {
+    if (out.width != kWidth || out.height != kHeight) out = Frame(kWidth, kHeight);
+    const double exposure = exposureFactor(settings);
+    // One table per noise level, 2 either way: a rounded background byte lit, plus the noise.
+    const float lit = static_cast<float>(exposure * light(index));
+    std::array<uint8_t, 5 * 256> lit8;
+    for (int32_t level = 0; level < 5; ++level) {
+        for (int32_t v = 0; v < 256; ++v) lit8[static_cast<size_t>(level * 256 + v)] = toByte(v * lit + (level - 2));
+    }
+    const size_t plane = (static_cast<size_t>(index) + seed) % kNoisePlanes;
+    const int32_t shift = static_cast<int32_t>(seed * 97 % kHeight);  // cameras do not share a noise pattern
+    const RECT who = person(index);
+    for (int32_t y = 0; y < kHeight; ++y) {
+        const uint8_t *base = roundedBackground_.data() + static_cast<size_t>(y) * kWidth * 3;
+        const uint8_t *noise = noise_.data() + (plane * kHeight + static_cast<size_t>((y + shift) % kHeight)) * kWidth;
+        uint8_t *row = out.row(y);
+        for (int32_t i = 0; i < kWidth * 3; i += 3) {
+            const uint8_t *table = lit8.data() + noise[i / 3] * 256;
+            row[i] = table[base[i]];
+            row[i + 1] = table[base[i + 1]];
+            row[i + 2] = table[base[i + 2]];
+        }
+        // The lamp and the person as render draws them.
+        if (y >= kLamp.top && y < kLamp.bottom) renderRow(y, index, index, exposure, row, kLamp.left, kLamp.right);
+        if (y >= who.top && y < who.bottom) {
+            renderRow(y, index, index, exposure, row, std::max<int32_t>(who.left, 0), std::min(who.right, kWidth));
+        }
     }
 }
 

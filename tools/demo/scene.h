@@ -21,6 +21,10 @@ struct CameraSettings {
     bool operator==(const CameraSettings &) const = default;
 };
 
+// The embedded scene's luminance in daylight at the camera's resting exposure. Footage is taken to
+// be lit by its own luminance over this, which gives the shutter width its camera would report.
+constexpr double kDaylightLuma = 113.0;
+
 // How much brighter than at gain 32, shutter 176, stage 64 a picture comes out.
 double exposureFactor(const CameraSettings &settings);
 
@@ -52,12 +56,22 @@ public:
     Scene();
     // Frame `index` as the camera delivers it with `settings` in force.
     void render(int32_t index, const CameraSettings &settings, Frame &out) const;
+    // The same at a small part of the cost, for a wall of many cameras: the background taken
+    // rounded, sensor noise from a few planes made once (seed picks where), and only the lamp and
+    // the person drawn as render draws them. Always whole frames, never stacked fields.
+    void renderQuick(int32_t index, const CameraSettings &settings, uint32_t seed, Frame &out) const;
 
 private:
-    // One picture row as it is exposed at `time` (in frames) by a camera of that exposure factor.
-    void renderRow(int32_t y, double time, int32_t index, double exposure, uint8_t *out) const;
+    static constexpr int32_t kNoisePlanes = 4;
+
+    // Columns x0 to x1 - 1 of one picture row as it is exposed at `time` (in frames) by a camera
+    // of that exposure factor; out is the row's start.
+    void renderRow(int32_t y, double time, int32_t index, double exposure, uint8_t *out, int32_t x0 = 0,
+                   int32_t x1 = kWidth) const;
 
     std::vector<float> background_;  // blue, green, red at daylight and exposure factor 1
+    std::vector<uint8_t> roundedBackground_;
+    std::vector<uint8_t> noise_;  // levels 0 to 4 for -2 to 2, one a pixel, kNoisePlanes frames
 };
 
 }  // namespace kx::demo

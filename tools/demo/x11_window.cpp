@@ -85,6 +85,15 @@ void X11Display::stopServer() {
     server_ = 0;
 }
 
+bool X11Display::offersSharedMemory() const {
+    const char name[] = "MIT-SHM";
+    xcb_query_extension_reply_t *reply = xcb_query_extension_reply(
+        connection_, xcb_query_extension(connection_, sizeof(name) - 1, name), nullptr);
+    const bool present = reply && reply->present;
+    std::free(reply);
+    return present;
+}
+
 X11Display::~X11Display() {
     if (connection_) xcb_disconnect(connection_);
     stopServer();
@@ -109,6 +118,19 @@ X11Window::X11Window(X11Display &display, int32_t width, int32_t height, bool ma
         std::free(event);
         if (exposed) break;
     }
+    roundTrip(connection_);
+}
+
+X11Window::X11Window(const X11Window &parent, int32_t x, int32_t y, int32_t width, int32_t height)
+    : connection_(parent.connection_), width_(width), height_(height) {
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    window_ = xcb_generate_id(connection_);
+    const uint32_t background = screen->black_pixel;
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, parent.window_, static_cast<int16_t>(x),
+                      static_cast<int16_t>(y), static_cast<uint16_t>(width), static_cast<uint16_t>(height), 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL, &background);
+    // Inside a window that is already on the screen, it is viewable once the server has mapped it.
+    xcb_map_window(connection_, window_);
     roundTrip(connection_);
 }
 

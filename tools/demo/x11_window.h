@@ -23,6 +23,9 @@ public:
 
     xcb_connection_t *connection() const { return connection_; }
     bool isPrivate() const { return server_ > 0; }
+    pid_t serverProcess() const { return server_; }  // the private Xvfb's, else 0
+    // Whether the server offers shared-memory images (MIT-SHM), which the library paints through.
+    bool offersSharedMemory() const;
 
 private:
     void startServer();
@@ -37,6 +40,8 @@ public:
     // managed: a window the user's window manager places and decorates (--show); otherwise one at
     // the screen's corner that nothing moves or covers.
     X11Window(X11Display &display, int32_t width, int32_t height, bool managed);
+    // A window inside `parent`, at x, y of it; it shows as soon as it is made.
+    X11Window(const X11Window &parent, int32_t x, int32_t y, int32_t width, int32_t height);
     ~X11Window();
     X11Window(const X11Window &) = delete;
     X11Window &operator=(const X11Window &) = delete;

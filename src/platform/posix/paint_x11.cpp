@@ -1,18 +1,31 @@
 // The paint device on X11, through XCB. XCB rather than Xlib because a library must not take over
 // the process-wide Xlib error handler: here a bad window or a failed request comes back as an error
 // reply, which is dropped. With no display, or a window that does not exist, getWindowDC gives a
-// null context and every operation does nothing, as GDI does on a failed GetWindowDC.
+// null context and every operation does nothing, as GDI does on a failed GetWindowDC. Images go
+// through memory shared with the server where it offers MIT-SHM and sees this process's memory,
+// else through the socket; either way the window shows the same pixels.
 #include <xcb/xcb.h>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/paint.h"
+#include "platform/posix/x11_shared_image.h"
 
 namespace kx::platform {
+
+using x11::PaintRoute;
+using x11::SharedImage;
 
 namespace {
 
@@ -176,6 +189,26 @@ void storePixel(uint8_t *out, uint32_t value, int bytes, bool msbFirst) {
     }
 }
 
+#if defined(__x86_64__)
+// 24-bit pixels widened to 32 with the fourth byte cleared, four with one shuffle. A load takes 16
+// bytes, four past the four pixels, so the last pixels of a row are left to the caller: the result
+// is how many were done.
+__attribute__((target("ssse3"))) int32_t widenSsse3(const uint8_t *in, int32_t count, uint8_t *out) {
+    const __m128i order = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    int32_t i = 0;
+    for (; i + 6 <= count; i += 4, in += 12, out += 16) {
+        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(in));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_shuffle_epi8(pixels, order));
+    }
+    return i;
+}
+
+bool hasSsse3() {
+    static const bool has = __builtin_cpu_supports("ssse3");
+    return has;
+}
+#endif
+
 class X11PaintDevice final : public PaintDevice {
 public:
     PaintContext getWindowDC(int32_t window) override {
@@ -333,15 +366,9 @@ public:
         // Core text requests carry at most a request's worth of characters.
         length = std::min(length, 32000);
 
-        // The context's default font is the display's default font; the GC stands for it.
-        std::vector<xcb_char2b_t> wide(static_cast<size_t>(length));
-        for (int32_t i = 0; i < length; ++i) wide[i] = {0, static_cast<uint8_t>(text[i])};
-        xcb_query_text_extents_reply_t *extents = xcb_query_text_extents_reply(
-            c, xcb_query_text_extents(c, dc->gc, static_cast<uint32_t>(length), wide.data()), nullptr);
+        const TextExtents *extents = textExtents(c, dc->gc, std::string_view(text, static_cast<size_t>(length)));
         if (!extents) return 0;
-        const int32_t advance = extents->overall_width;
-        const int32_t ascent = extents->font_ascent, descent = extents->font_descent;
-        std::free(extents);
+        const int32_t advance = extents->advance, ascent = extents->ascent, descent = extents->descent;
 
         // The reference point is a corner of the text cell, as the platform places it.
         int64_t left = x;
@@ -377,13 +404,48 @@ public:
         return 1;
     }
 
+    SharedImage &sharedImage() { return shared_; }
+    PaintRoute takeLastRoute() { return std::exchange(lastRoute_, PaintRoute::none); }
+
 private:
-    // Puts a window-coordinate block on the window in the visual's format, in pieces that each fit
-    // one request. sourceRow gives the DIB row of a window row; sourceLeft is the DIB column of
-    // the block's left edge.
+    // Puts a window-coordinate block on the window in the visual's format: through memory shared
+    // with the server where it offers that, else through the socket. sourceRow gives the DIB row
+    // of a window row; sourceLeft is the DIB column of the block's left edge.
     template <typename SourceRow>
     void putImage(xcb_connection_t *c, const X11Context &dc, int32_t left, int32_t top, int32_t width, int32_t height,
                   SourceRow sourceRow, int32_t sourceLeft, int32_t bitCount) {
+        const int bytes = dc.format.bitsPerPixel / 8;
+        const size_t pad = dc.format.scanlinePad / 8 ? dc.format.scanlinePad / 8 : 1;
+        // Rows as the server lays out an image of `width` pixels, so it finds them where they are.
+        const size_t stride = (static_cast<size_t>(width) * bytes + pad - 1) / pad * pad;
+        if (uint8_t *shared = shared_.reserve(c, dc.window, dc.depth, stride * static_cast<size_t>(height))) {
+            convertBlock(shared, stride, top, height, sourceRow, sourceLeft, width, bitCount, dc.format);
+            if (shared_.put(c, dc.window, dc.gc, static_cast<uint16_t>(width), static_cast<uint16_t>(height),
+                            static_cast<int16_t>(left), static_cast<int16_t>(top), dc.depth)) {
+                lastRoute_ = PaintRoute::sharedMemory;
+                return;
+            }
+        }
+        putThroughSocket(c, dc, left, top, width, height, sourceRow, sourceLeft, bitCount);
+        lastRoute_ = PaintRoute::socket;
+    }
+
+    // Rows top to top + height - 1 of the window, converted into out at `stride` bytes a row. Every
+    // pixel byte is written by the conversion; only a row's padding needs zeros.
+    template <typename SourceRow>
+    static void convertBlock(uint8_t *out, size_t stride, int32_t top, int32_t height, SourceRow sourceRow,
+                             int32_t column, int32_t width, int32_t bitCount, const PixelFormat &format) {
+        const size_t pixelBytes = static_cast<size_t>(width) * (format.bitsPerPixel / 8);
+        for (int32_t row = 0; row < height; ++row, out += stride) {
+            convertRow(sourceRow(top + row), column, width, bitCount, format, out);
+            std::memset(out + pixelBytes, 0, stride - pixelBytes);
+        }
+    }
+
+    // The block in pieces that each fit one request.
+    template <typename SourceRow>
+    void putThroughSocket(xcb_connection_t *c, const X11Context &dc, int32_t left, int32_t top, int32_t width,
+                          int32_t height, SourceRow sourceRow, int32_t sourceLeft, int32_t bitCount) {
         const PixelFormat &format = dc.format;
         const int bytes = format.bitsPerPixel / 8;
         const size_t pad = format.scanlinePad / 8 ? format.scanlinePad / 8 : 1;
@@ -391,7 +453,6 @@ private:
         const size_t budget = std::min<size_t>(maxData, size_t{1} << 20);
         int32_t tileWidth = width;
         while (tileWidth > 1 && (static_cast<size_t>(tileWidth) * bytes + pad) > budget) tileWidth /= 2;
-        std::vector<uint8_t> data;
         for (int32_t x0 = left; x0 < left + width; x0 += tileWidth) {
             const int32_t w = std::min(tileWidth, left + width - x0);
             const size_t stride = (static_cast<size_t>(w) * bytes + pad - 1) / pad * pad;
@@ -399,17 +460,11 @@ private:
             const int32_t column = sourceLeft + (x0 - left);
             for (int32_t y0 = top; y0 < top + height; y0 += rowsPerTile) {
                 const int32_t h = std::min(rowsPerTile, top + height - y0);
-                // Every pixel byte is written by the conversion; only a row's padding needs zeros.
-                data.resize(stride * static_cast<size_t>(h));
-                const size_t pixelBytes = static_cast<size_t>(w) * bytes;
-                for (int32_t row = 0; row < h; ++row) {
-                    uint8_t *out = data.data() + stride * static_cast<size_t>(row);
-                    convertRow(sourceRow(y0 + row), column, w, bitCount, format, out);
-                    std::memset(out + pixelBytes, 0, stride - pixelBytes);
-                }
+                socketData_.resize(stride * static_cast<size_t>(h));
+                convertBlock(socketData_.data(), stride, y0, h, sourceRow, column, w, bitCount, format);
                 xcb_put_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, dc.window, dc.gc, static_cast<uint16_t>(w),
                               static_cast<uint16_t>(h), static_cast<int16_t>(x0), static_cast<int16_t>(y0), 0, dc.depth,
-                              static_cast<uint32_t>(data.size()), data.data());
+                              static_cast<uint32_t>(socketData_.size()), socketData_.data());
             }
         }
     }
@@ -421,6 +476,13 @@ private:
             // The common case, a 24-bit frame on a 24-bit TrueColor screen: bytes in place.
             const uint8_t *in = row + 3 * static_cast<size_t>(x);
             int32_t i = 0;
+#if defined(__x86_64__)
+            if (hasSsse3()) {
+                i = widenSsse3(in, count, out);
+                in += 3 * static_cast<size_t>(i);
+                out += 4 * static_cast<size_t>(i);
+            }
+#endif
             if constexpr (std::endian::native == std::endian::little) {
                 // Four bytes at a time with the fourth cleared: the byte read past each pixel is the
                 // next pixel's first, so the last pixel is copied on its own.
@@ -448,13 +510,64 @@ private:
             storePixel(out, format.pixel(dibPixel(row, x + i, bitCount)), bytes, format.msbFirst);
         }
     }
+
+    struct TextExtents {
+        int32_t advance, ascent, descent;
+    };
+
+    // The size of a text in the context's default font, which is the display's default font for
+    // every context. Asked of the server once per text: a paint draws each text five times, and a
+    // camera's name comes back every frame. The answers of the last few texts are kept.
+    const TextExtents *textExtents(xcb_connection_t *c, xcb_gcontext_t gc, std::string_view text) {
+        if (c != extentsConnection_) extentsCache_.clear();
+        extentsConnection_ = c;
+        const auto known = std::find_if(extentsCache_.begin(), extentsCache_.end(),
+                                        [&](const auto &entry) { return entry.first == text; });
+        if (known != extentsCache_.end()) {
+            std::rotate(extentsCache_.begin(), known, known + 1);  // most recent first
+            return &extentsCache_.front().second;
+        }
+        std::vector<xcb_char2b_t> wide(text.size());
+        for (size_t i = 0; i < text.size(); ++i) wide[i] = {0, static_cast<uint8_t>(text[i])};
+        xcb_query_text_extents_reply_t *reply = xcb_query_text_extents_reply(
+            c, xcb_query_text_extents(c, gc, static_cast<uint32_t>(wide.size()), wide.data()), nullptr);
+        if (!reply) return nullptr;
+        const TextExtents extents = {reply->overall_width, reply->font_ascent, reply->font_descent};
+        std::free(reply);
+        if (extentsCache_.size() == kKeptExtents) extentsCache_.pop_back();
+        extentsCache_.insert(extentsCache_.begin(), {std::string(text), extents});
+        return &extentsCache_.front().second;
+    }
+
+    static constexpr size_t kKeptExtents = 16;
+
+    // The paint block's state beside FrameScratch: used by one paint call at a time.
+    std::vector<std::pair<std::string, TextExtents>> extentsCache_;
+    xcb_connection_t *extentsConnection_ = nullptr;
+    SharedImage shared_;
+    std::vector<uint8_t> socketData_;
+    PaintRoute lastRoute_ = PaintRoute::none;
 };
 
-}  // namespace
-
-PaintDevice &nativePaintDevice() {
+X11PaintDevice &x11Device() {
     static X11PaintDevice device;
     return device;
 }
+
+}  // namespace
+
+PaintDevice &nativePaintDevice() { return x11Device(); }
+
+namespace x11 {
+
+PaintRoute takeLastPaintRoute() { return x11Device().takeLastRoute(); }
+
+void resetSharedMemory(bool refuseNextAttach) {
+    SharedImage &shared = x11Device().sharedImage();
+    shared.release(connection(), true);
+    if (refuseNextAttach) shared.refuseNextAttach();
+}
+
+}  // namespace x11
 
 }  // namespace kx::platform
