@@ -200,8 +200,8 @@ GstFlowReturn transformFrameIp(GstVideoFilter *filter, GstVideoFrame *frame) {
     const int32_t width = GST_VIDEO_FRAME_WIDTH(frame), height = GST_VIDEO_FRAME_HEIGHT(frame);
     const GstClockTime runningTime = gst_segment_to_running_time(&GST_BASE_TRANSFORM(filter)->segment,
                                                                  GST_FORMAT_TIME, GST_BUFFER_PTS(frame->buffer));
-    if (s.reinit) restartDetector(self, s.zones, s.sensitivity, height);
     stream.lastRunningTime = runningTime;
+    if (s.reinit) restartDetector(self, s.zones, s.sensitivity, height);
 
     // The detector reads rows of ((24 x width + 31) / 32) x 4 bytes; a buffer laid out so (every
     // buffer of default layout) is read where it lies, any other is copied to that layout first.
