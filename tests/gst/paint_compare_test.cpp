@@ -84,7 +84,8 @@ TEST_P(PaintCompare, SamePixelsAsTheLibrarysPaint) {
     }
 
     BITMAPINFOHEADER header = {.biSize = 40, .biWidth = W, .biHeight = H, .biPlanes = 1, .biBitCount = 24,
-                               .biSizeImage = W * H * 3};
+                               .biCompression = 0, .biSizeImage = W * H * 3, .biXPelsPerMeter = 0,
+                               .biYPelsPerMeter = 0, .biClrUsed = 0, .biClrImportant = 0};
     ASSERT_EQ(JpegDecompress3(window.id(), W, H, c.rects.data(), static_cast<int32_t>(c.rects.size()), &header,
                               picture.bytes.data(), c.top, static_cast<int32_t>(std::strlen(c.top)), 0, c.bottom,
                               static_cast<int32_t>(std::strlen(c.bottom)), 0, 0, 0, nullptr, 0, 0),
