@@ -146,8 +146,9 @@ void followMotion(KestrixMotion *self, uint8_t mask, GstClockTime runningTime, i
         }
         zone.run = 0;
         // Without timestamps there is no gap to wait for: the first still frame ends the motion.
-        const bool gapOver = !timed || !GST_CLOCK_TIME_IS_VALID(zone.lastMotion) ||
-                             runningTime >= zone.lastMotion + gap;
+        // Time running back (a new segment) ends it too.
+        const bool gapOver = !timed || !GST_CLOCK_TIME_IS_VALID(zone.lastMotion) || runningTime < zone.lastMotion ||
+                             runningTime - zone.lastMotion >= gap;
         if (zone.active && gapOver) {
             zone.active = false;
             postMotion(self, zone.index, "end", runningTime);
@@ -230,7 +231,9 @@ GstFlowReturn transformFrameIp(GstVideoFilter *filter, GstVideoFrame *frame) {
 
     if (s.exposure) adviseExposure(self, frame, runningTime, width, height, s.shutterWidth);
 
-    if (drawsSomething(s) && !gst_base_transform_is_passthrough(GST_BASE_TRANSFORM(filter))) {
+    // Drawn only into a buffer mapped for writing: passthrough may have been switched on or off
+    // since the frame was mapped.
+    if (drawsSomething(s) && (frame->map[0].flags & GST_MAP_WRITE)) {
         const kx::gst::Picture picture = {data, stride, width, height};
         kx::gst::outlineZones(picture, s.zones);
         kx::gst::drawTexts(picture, s.textTop, s.textBottom);
