@@ -344,7 +344,8 @@ void finalize(GObject *object) {
     G_OBJECT_CLASS(kestrix_motion_parent_class)->finalize(object);
 }
 
-constexpr auto kFlags = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING);
+constexpr auto kFlags =
+    static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING);
 
 }  // namespace
 

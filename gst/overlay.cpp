@@ -31,7 +31,9 @@ void text(const Picture &p, int64_t x, int64_t y, std::string_view s, Colour c) 
         if (const uint8_t *rows = glyphRows(static_cast<uint8_t>(ch))) {
             for (int32_t row = 0; row < kGlyphHeight; ++row) {
                 for (int32_t col = 0; col < kGlyphWidth; ++col) {
-                    if (rows[row] >> (kGlyphWidth - 1 - col) & 1) fill(p, x + col, y + row, x + col + 1, y + row + 1, c);
+                    if (rows[row] >> (kGlyphWidth - 1 - col) & 1) {
+                        fill(p, x + col, y + row, x + col + 1, y + row + 1, c);
+                    }
                 }
             }
         }

@@ -109,6 +109,26 @@ TEST(MotionEnd, ZoneChangeRestartsTheWarmUp) {
     EXPECT_EQ(got[0].time(), (35 + kFirstCompared) * kFrameTime);
 }
 
+// New caps (another size) mean new references: as for new zones, an end, then the warm-up again.
+TEST(MotionEnd, NewCapsRestartTheWarmUp) {
+    ElementHarness h(W, H);
+    h.set("zones", "16,8,80,40");
+    for (int32_t i = 0; i < 35; ++i) h.pushAndDrop(moving(i, 24, 16), i);
+    ASSERT_EQ(h.messages("kestrix-motion").size(), 1u);
+    gst_harness_set_src_caps_str(h.harness, "video/x-raw,format=BGR,width=200,height=100,framerate=25/1");
+    auto wide = [](int32_t i) { return TestPicture(200, 100).square(24 + (i % 2) * 20, 16); };
+    h.pushAndDrop(wide(35), 35);
+    std::vector<Message> got = h.messages("kestrix-motion");
+    ASSERT_EQ(got.size(), 1u);
+    EXPECT_EQ(got[0].string("event"), "end");
+    for (int32_t i = 36; i < 35 + kFirstCompared; ++i) h.pushAndDrop(wide(i), i);
+    EXPECT_TRUE(h.messages("kestrix-motion").empty());
+    h.pushAndDrop(wide(35 + kFirstCompared), 35 + kFirstCompared);
+    got = h.messages("kestrix-motion");
+    ASSERT_EQ(got.size(), 1u);
+    EXPECT_EQ(got[0].time(), (35 + kFirstCompared) * kFrameTime);
+}
+
 // The end of the stream ends the motion: every begin has its end.
 TEST(MotionEnd, EndOfStreamEndsTheMotion) {
     ElementHarness h(W, H);
