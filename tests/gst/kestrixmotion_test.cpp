@@ -87,14 +87,16 @@ TEST(MotionEnd, MinFramesDelaysTheBegin) {
     EXPECT_EQ(got[0].time(), kFirstCompared * kFrameTime);
 }
 
-// New zones while in motion: an end for the zone in motion with the frame that brings the change,
-// then 31 frames of warm-up again before the next begin.
-TEST(MotionEnd, ZoneChangeRestartsTheWarmUp) {
+// New zones or a new sensitivity while in motion: an end for the zone in motion with the frame that
+// brings the change, then 31 frames of warm-up again before the next begin.
+class Restart : public ::testing::TestWithParam<std::pair<const char *, const char *>> {};
+
+TEST_P(Restart, ZoneOrSensitivityChangeRestartsTheWarmUp) {
     ElementHarness h(W, H);
     h.set("zones", "16,8,80,40");
     for (int32_t i = 0; i < 35; ++i) h.pushAndDrop(moving(i, 24, 16), i);
     ASSERT_EQ(h.messages("kestrix-motion").size(), 1u);
-    h.set("zones", "16,8,90,40");
+    h.set(GetParam().first, GetParam().second);
     h.pushAndDrop(moving(35, 24, 16), 35);
     std::vector<Message> got = h.messages("kestrix-motion");
     ASSERT_EQ(got.size(), 1u);
@@ -108,6 +110,9 @@ TEST(MotionEnd, ZoneChangeRestartsTheWarmUp) {
     EXPECT_EQ(got[0].string("event"), "begin");
     EXPECT_EQ(got[0].time(), (35 + kFirstCompared) * kFrameTime);
 }
+
+INSTANTIATE_TEST_SUITE_P(Changes, Restart,
+                         ::testing::Values(std::pair{"zones", "16,8,90,40"}, std::pair{"sensitivity", "5"}));
 
 // New caps (another size) mean new references: as for new zones, an end, then the warm-up again.
 TEST(MotionEnd, NewCapsRestartTheWarmUp) {
