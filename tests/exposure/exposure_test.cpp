@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "exposure/luminance.h"
 #include "frame/library_state.h"
+#include "kernels/colour/luma_sum.h"
 #include "kestrix.h"
 #include "kestrix/px.h"
 
@@ -72,8 +72,8 @@ TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
             run[3 * k + 1] = static_cast<uint8_t>(rgb >> 8);
             run[3 * k + 2] = static_cast<uint8_t>(rgb);
         }
-        const uint32_t want = 35 * uint32_t{kx::lumaOfPixel(run)};
-        if (kx::lumaSumSsse3(run, 35) != want) ++mismatches;
+        const uint32_t want = 35 * uint32_t{px::lumaOfPixel(run)};
+        if (px::lumaSum_ssse3(run, 35) != want) ++mismatches;
     }
     EXPECT_EQ(mismatches, 0u);
 }
