@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "guarded_buffer.h"
+#include "level_scope.h"
 #include "kernels/colour/luma_sum.h"
 #include "kernels/colour/yuv420.h"
 #include "kestrix/px.h"
@@ -295,18 +296,18 @@ class LevelForms : public testing::TestWithParam<size_t> {};
 // byte says nothing of the share.
 TEST_P(LevelForms, MatchTheirReference) {
     const KernelRow &row = kernelRows()[GetParam()];
-    const int32_t saved = pxGetLevel();
+    const kx::test::LevelScope scope;
     size_t offByOne[5] = {}, compared[5] = {};
     uint32_t seed = 1;
     for (const Geometry &g : geometries()) {
         if (g.height < row.minHeight) continue;
         SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " pad " << g.pad);
         ++seed;
-        ASSERT_EQ(pxSetLevel(0), PxStsOk);
+        ASSERT_TRUE(scope.set(0));
         const std::vector<uint8_t> levelZero = row.run(g, seed);
         const std::vector<uint8_t> want = row.reference ? row.reference(g, seed) : levelZero;
         for (int32_t level = 1; level <= 4; ++level) {
-            if (pxSetLevel(level) != PxStsOk) continue;  // not runnable on this processor
+            if (!scope.set(level)) continue;  // not runnable on this processor
             SCOPED_TRACE(testing::Message() << "level " << level);
             offByOne[level] += expectSame(row.run(g, seed), want, row);
             compared[level] += want.size();
@@ -316,7 +317,6 @@ TEST_P(LevelForms, MatchTheirReference) {
     }
     for (int32_t level = 1; level <= 4; ++level)
         EXPECT_LE(double(offByOne[level]), row.shareOffByOne * double(compared[level])) << "level " << level;
-    pxSetLevel(saved);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, LevelForms, testing::Range(size_t{0}, kernelRows().size()),
