@@ -41,8 +41,8 @@ struct LinearPasses {
 // The rolling pair of rows of pxLinearImage with a level's passes; every level walks alike.
 void linearWalk(const LinearPasses &passes, const ResizeJob &job);
 
-// Cubic interpolation over a ring of four intermediate rows of floats (rows[0] to rows[3], each
-// 3 * dstW + 12 floats).
+// Cubic interpolation over a ring of four intermediate rows of floats (the job's rows[0] to
+// rows[3], each 3 * dstW + 12 floats).
 void pxCubicImage(const ResizeJob &job);
 
 // Horizontal cubic pass, three channels at pixelStride packed into out: the polynomial through the
@@ -76,9 +76,9 @@ extern const float pxLanczosKernel[302];
 // to sum 1.
 void pxResizeCoefficients(const float *fractions, int32_t count, float *coefficients, const float *kernel);
 
-// Lanczos interpolation over a ring of six intermediate rows of floats (buffers[0] to buffers[5],
-// each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows from the
-// rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
+// Lanczos interpolation over a ring of six intermediate rows of floats (the job's rows[0] to
+// rows[5], each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows
+// from the rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
 void pxLanczosImage(const ResizeJob &job);
 
 // Horizontal Lanczos pass, three channels at pixelStride packed into buffer; taps beyond the
