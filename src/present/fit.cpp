@@ -4,51 +4,41 @@ namespace kx::present {
 
 namespace {
 
-struct Crop {
-    int32_t x, width, height;
-    int32_t windowWidth, windowHeight;  // the window that takes the crop road
+// A horizontal cut of the frame: its first column and its width.
+struct Cut {
+    int32_t x, width;
 };
 
-// The known camera sizes. The numbers are settled values of the product, not a rule: the 688 and
-// 336 wide cuts are not centred, and only JpegDecompress3 trims 720x576 frames to 560 rows.
-bool knownCrop2(int32_t frameWidth, int32_t frameHeight, int32_t width, int32_t height, Crop &crop) {
-    if (frameWidth == 720 && (frameHeight == 480 || frameHeight == 576)) {
-        crop = width < 720 ? Crop{40, 640, 0, 640, 480} : Crop{1, 720, 0, 640, 480};
-        crop.height = height < frameHeight ? 480 : frameHeight;
-        return true;
-    }
-    if (frameWidth == 352 && (frameHeight == 240 || frameHeight == 288)) {
-        crop = width < 352 ? Crop{17, 320, 0, 320, 240} : Crop{1, 352, 0, 320, 240};
-        crop.height = height < frameHeight ? 240 : frameHeight;
-        return true;
-    }
-    if (frameWidth == 176 && frameHeight == 128) {
-        crop = Crop{8, 160, 120, 160, 120};
-        return true;
-    }
-    return false;
-}
+// A known camera size of one paint form and its crop. The cut depends on whether the window is
+// narrower than the frame, the crop's height on whether the window is lower; the crop road is taken
+// only by a window of exactly windowWidth by windowHeight. The numbers are settled values of the
+// product, not a rule: the 688 and 336 wide cuts are not centred, and only JpegDecompress3 trims
+// 720x576 frames to 560 rows.
+struct KnownSize {
+    PaintForm form;
+    int32_t frameWidth, frameHeight;
+    Cut narrow, wide;
+    int32_t lowHeight, fullHeight;
+    int32_t windowWidth, windowHeight;
+};
 
-bool knownCrop3(int32_t frameWidth, int32_t frameHeight, int32_t width, int32_t height, Crop &crop) {
-    if (frameWidth == 720 && frameHeight == 480) {
-        crop = width < 720 ? Crop{40, 640, 480, 640, 480} : Crop{16, 688, 480, 640, 480};
-        return true;
-    }
-    if (frameWidth == 720 && frameHeight == 576) {
-        crop = width < 720 ? Crop{40, 640, 0, 640, 480} : Crop{16, 688, 0, 640, 480};
-        crop.height = height < 576 ? 480 : 560;
-        return true;
-    }
-    if (frameWidth == 352 && (frameHeight == 240 || frameHeight == 288)) {
-        crop = width < 352 ? Crop{17, 320, 0, 320, 240} : Crop{10, 336, 0, 320, 240};
-        crop.height = height < frameHeight ? 240 : frameHeight;
-        return true;
-    }
-    if (frameWidth == 176 && frameHeight == 128) {
-        crop = Crop{8, 160, 120, 160, 120};
-        return true;
-    }
-    return false;
+constexpr KnownSize kKnownSizes[] = {
+    {PaintForm::Decompress2, 720, 480, {40, 640}, {1, 720}, 480, 480, 640, 480},
+    {PaintForm::Decompress2, 720, 576, {40, 640}, {1, 720}, 480, 576, 640, 480},
+    {PaintForm::Decompress2, 352, 240, {17, 320}, {1, 352}, 240, 240, 320, 240},
+    {PaintForm::Decompress2, 352, 288, {17, 320}, {1, 352}, 240, 288, 320, 240},
+    {PaintForm::Decompress2, 176, 128, {8, 160}, {8, 160}, 120, 120, 160, 120},
+    {PaintForm::Decompress3, 720, 480, {40, 640}, {16, 688}, 480, 480, 640, 480},
+    {PaintForm::Decompress3, 720, 576, {40, 640}, {16, 688}, 480, 560, 640, 480},
+    {PaintForm::Decompress3, 352, 240, {17, 320}, {10, 336}, 240, 240, 320, 240},
+    {PaintForm::Decompress3, 352, 288, {17, 320}, {10, 336}, 240, 288, 320, 240},
+    {PaintForm::Decompress3, 176, 128, {8, 160}, {8, 160}, 120, 120, 160, 120},
+};
+
+const KnownSize *knownSize(PaintForm form, int32_t frameWidth, int32_t frameHeight) {
+    for (const KnownSize &known : kKnownSizes)
+        if (known.form == form && known.frameWidth == frameWidth && known.frameHeight == frameHeight) return &known;
+    return nullptr;
 }
 
 }  // namespace
@@ -61,12 +51,10 @@ Fit chooseFit(PaintForm form, int32_t frameWidth, int32_t frameHeight, int32_t w
         fit.road = Road::SameSize;
         return fit;
     }
-    Crop crop{};
-    const bool known = form == PaintForm::Decompress2 ? knownCrop2(frameWidth, frameHeight, width, height, crop)
-                                                      : knownCrop3(frameWidth, frameHeight, width, height, crop);
-    if (known) {
-        fit.fitRect = PxRect{crop.x, 1, crop.width, crop.height};
-        if (width == crop.windowWidth && height == crop.windowHeight) fit.road = Road::Crop;
+    if (const KnownSize *known = knownSize(form, frameWidth, frameHeight)) {
+        const Cut cut = width < frameWidth ? known->narrow : known->wide;
+        fit.fitRect = PxRect{cut.x, 1, cut.width, height < frameHeight ? known->lowHeight : known->fullHeight};
+        if (width == known->windowWidth && height == known->windowHeight) fit.road = Road::Crop;
     }
     return fit;
 }

@@ -105,70 +105,75 @@ AlignedImage alignedImage(const BITMAPINFOHEADER &frame, int32_t width, int32_t 
     return target;
 }
 
-int32_t paintFrame(const PaintCall &call) {
-    if (!call.header) return 0;
-    if (!growScratch(call.form, call.width, call.height)) return 0;
-    BITMAPINFOHEADER &frame = *call.header;
-    const Fit fit = chooseFit(call.form, frame.biWidth, frame.biHeight, call.width, call.height);
-
-    uint8_t *fitImage = FrameScratch;
+// Where the fitted image goes (fitImage): the caller's block (JpegDecompress3, when asked), else the
+// shared block, made large enough for all that this frame's depth writes and paints on the resize
+// road. False when that block cannot be had.
+bool fitImageFor(const PaintCall &call, const Fit &fit, const AlignedImage &target, uint8_t *&fitImage) {
     if (call.form == PaintForm::Decompress3 && call.resizeTarget && call.useResizeTarget) {
         fitImage = call.resizeTarget;  // the caller's, and sized by the caller
+        return true;
     }
-    const AlignedImage target = alignedImage(frame, call.width, call.height);
-    if (fit.road == Road::Resize && fitImage == FrameScratch) {
-        // Make sure the block holds all that this frame's depth writes and paints, keeping what it
-        // held: a column the resize leaves unwritten shows the block's old content.
+    if (fit.road == Road::Resize) {
+        // Growing keeps what the block held: a column the resize leaves unwritten shows the block's
+        // old content.
         const int64_t reach = scratchReach(target.header, target.step);
-        if (reach < 0) return 0;
+        if (reach < 0) return false;
         if (static_cast<uint64_t>(reach) > ScratchBytes && !replaceFrameScratch(uint64_t(reach), ScratchBytes))
-            return 0;
-        fitImage = FrameScratch;
+            return false;
     }
+    fitImage = FrameScratch;
+    return true;
+}
 
-    platform::PaintDevice &device = platform::paintDevice();
-    const WindowContext context(device, call.window);
-    const platform::PaintContext dc = context.get();
+// The frame as it stands. A negative height makes the first memory row the top one, for this paint
+// only; the caller's height comes back however the paint ends.
+BITMAPINFOHEADER paintSameSize(platform::PaintDevice &device, platform::PaintContext dc, const PaintCall &call) {
+    BITMAPINFOHEADER &frame = *call.header;
     BITMAPINFOHEADER paintHeader{};
-    switch (fit.road) {
-        case Road::SameSize: {
-            paintHeader.biWidth = frame.biWidth;
-            paintHeader.biHeight = frame.biHeight;
-            // A negative height makes the first memory row the top one, for this paint only; the
-            // caller's height comes back however the paint ends.
-            struct Flipped {
-                BITMAPINFOHEADER &header;
-                explicit Flipped(BITMAPINFOHEADER &h) : header(h) { header.biHeight = -header.biHeight; }
-                ~Flipped() { header.biHeight = -header.biHeight; }
-            } flipped(frame);
-            paintImage(device, dc, call, 1, call.pixels, &frame);
-            break;
-        }
-        case Road::Resize: {
-            paintHeader = target.header;
-            // Divided in single precision and only then widened: the factors' rounding is part of
-            // the result (a 100-wide rectangle into 352 gives 351 columns).
-            const float xRatio = static_cast<float>(paintHeader.biWidth) / static_cast<float>(fit.fitRect.width);
-            const float yRatio = static_cast<float>(paintHeader.biHeight) / static_cast<float>(fit.fitRect.height);
-            const double xFactor = xRatio, yFactor = yRatio;
-            // Unaligned rows: the frame is taken to have rows of exactly this length.
-            const int32_t sourceStep = wrap32(int64_t{frame.biBitCount} * frame.biWidth) / 8;
-            pxResizeC3(call.pixels, PxSize{frame.biWidth, frame.biHeight}, sourceStep, fit.fitRect, fitImage,
-                       target.step, PxSize{paintHeader.biWidth, paintHeader.biHeight}, xFactor, yFactor, PxLinear);
-            paintHeader.biHeight = -paintHeader.biHeight;
-            paintImage(device, dc, call, 1, fitImage, &paintHeader);
-            paintHeader.biHeight = -paintHeader.biHeight;
-            break;
-        }
-        case Road::Crop:
-            // The crop is painted straight from the caller's pixels, shifted by the source x.
-            paintHeader = frame;
-            paintHeader.biHeight = -paintHeader.biHeight;
-            paintImage(device, dc, call, fit.fitRect.x, call.pixels, &paintHeader);
-            paintHeader.biHeight = -paintHeader.biHeight;
-            break;
-    }
+    paintHeader.biWidth = frame.biWidth;
+    paintHeader.biHeight = frame.biHeight;
+    struct Flipped {
+        BITMAPINFOHEADER &header;
+        explicit Flipped(BITMAPINFOHEADER &h) : header(h) { header.biHeight = -header.biHeight; }
+        ~Flipped() { header.biHeight = -header.biHeight; }
+    } flipped(frame);
+    paintImage(device, dc, call, 1, call.pixels, &frame);
+    return paintHeader;
+}
 
+// The fit rectangle resized into the 8-aligned image of the window, then painted top row first.
+BITMAPINFOHEADER paintResized(platform::PaintDevice &device, platform::PaintContext dc, const PaintCall &call,
+                              const Fit &fit, const AlignedImage &target, uint8_t *fitImage) {
+    const BITMAPINFOHEADER &frame = *call.header;
+    BITMAPINFOHEADER paintHeader = target.header;
+    // Divided in single precision and only then widened: the factors' rounding is part of the
+    // result (a 100-wide rectangle into 352 gives 351 columns).
+    const float xRatio = static_cast<float>(paintHeader.biWidth) / static_cast<float>(fit.fitRect.width);
+    const float yRatio = static_cast<float>(paintHeader.biHeight) / static_cast<float>(fit.fitRect.height);
+    const double xFactor = xRatio, yFactor = yRatio;
+    // Unaligned rows: the frame is taken to have rows of exactly this length.
+    const int32_t sourceStep = wrap32(int64_t{frame.biBitCount} * frame.biWidth) / 8;
+    pxResizeC3(call.pixels, PxSize{frame.biWidth, frame.biHeight}, sourceStep, fit.fitRect, fitImage, target.step,
+               PxSize{paintHeader.biWidth, paintHeader.biHeight}, xFactor, yFactor, PxLinear);
+    paintHeader.biHeight = -paintHeader.biHeight;
+    paintImage(device, dc, call, 1, fitImage, &paintHeader);
+    paintHeader.biHeight = -paintHeader.biHeight;
+    return paintHeader;
+}
+
+// The crop is painted straight from the caller's pixels, shifted by the source x.
+BITMAPINFOHEADER paintCrop(platform::PaintDevice &device, platform::PaintContext dc, const PaintCall &call,
+                           const Fit &fit) {
+    BITMAPINFOHEADER paintHeader = *call.header;
+    paintHeader.biHeight = -paintHeader.biHeight;
+    paintImage(device, dc, call, fit.fitRect.x, call.pixels, &paintHeader);
+    paintHeader.biHeight = -paintHeader.biHeight;
+    return paintHeader;
+}
+
+// The zone outlines, placed by the header the image was painted with, and the two texts.
+void paintOverlays(platform::PaintDevice &device, platform::PaintContext dc, const PaintCall &call,
+                   const BITMAPINFOHEADER &paintHeader) {
     std::string topLeft, bottomRight;
     if (call.form == PaintForm::Decompress2) {
         topLeft = textInAlwaysWide(device, call.topLeftText, call.topLeftLength);
@@ -177,8 +182,35 @@ int32_t paintFrame(const PaintCall &call) {
         topLeft = textInEitherForm(device, call.topLeftText, call.topLeftLength, call.wideText, false);
         bottomRight = textInEitherForm(device, call.bottomRightText, call.bottomRightLength, call.wideText, true);
     }
-    outlineZones(device, dc, call.zones, call.zoneCount, frame, paintHeader);
+    outlineZones(device, dc, call.zones, call.zoneCount, *call.header, paintHeader);
     drawTexts(device, dc, call.width, call.height, topLeft, call.textState, bottomRight);
+}
+
+int32_t paintFrame(const PaintCall &call) {
+    if (!call.header) return 0;
+    if (!growScratch(call.form, call.width, call.height)) return 0;
+    const BITMAPINFOHEADER &frame = *call.header;
+    const Fit fit = chooseFit(call.form, frame.biWidth, frame.biHeight, call.width, call.height);
+    const AlignedImage target = alignedImage(frame, call.width, call.height);
+    uint8_t *fitImage = nullptr;
+    if (!fitImageFor(call, fit, target, fitImage)) return 0;
+
+    platform::PaintDevice &device = platform::paintDevice();
+    const WindowContext context(device, call.window);
+    const platform::PaintContext dc = context.get();
+    BITMAPINFOHEADER paintHeader{};
+    switch (fit.road) {
+        case Road::SameSize:
+            paintHeader = paintSameSize(device, dc, call);
+            break;
+        case Road::Resize:
+            paintHeader = paintResized(device, dc, call, fit, target, fitImage);
+            break;
+        case Road::Crop:
+            paintHeader = paintCrop(device, dc, call, fit);
+            break;
+    }
+    paintOverlays(device, dc, call, paintHeader);
     return 1;
 }
 

@@ -7,10 +7,12 @@
 
 #include "bitmap/dib_header.h"
 #include "guarded_buffer.h"
-#include "kernels/colour/levels.h"
+#include "level_scope.h"
 #include "kestrix.h"
 
 namespace {
+
+using kx::test::forEachLevel;
 
 int32_t process(const BITMAPINFOHEADER &h, std::vector<uint8_t> &bits, std::vector<uint8_t> &scratch, int32_t mode) {
     return BmpProcess(&h, bits.data(), int32_t(bits.size()), scratch.data(), int32_t(scratch.size()), mode);

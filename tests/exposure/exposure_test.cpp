@@ -5,8 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "exposure/luminance.h"
 #include "frame/library_state.h"
+#include "kernels/colour/luma_sum.h"
+#include "level_scope.h"
 #include "kestrix.h"
 #include "kestrix/px.h"
 
@@ -61,9 +62,7 @@ TEST(BmpGetYDc, NoWholePixelGivesZeroAndPartOfOneIsNotRead) {
 // of sixteen, so that it stands in every lane of the vector path, and a tail of three that the plain
 // rule takes.
 TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
-    const int32_t saved = pxGetLevel();
-    if (pxSetLevel(1) != PxStsOk) GTEST_SKIP() << "no SSSE3 here";
-    pxSetLevel(saved);
+    if (!kx::test::LevelScope().set(1)) GTEST_SKIP() << "no SSSE3 here";
     uint8_t run[3 * 35];
     uint32_t mismatches = 0;
     for (uint32_t rgb = 0; rgb < (1u << 24); ++rgb) {
@@ -72,8 +71,8 @@ TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
             run[3 * k + 1] = static_cast<uint8_t>(rgb >> 8);
             run[3 * k + 2] = static_cast<uint8_t>(rgb);
         }
-        const uint32_t want = 35 * uint32_t{kx::lumaOfPixel(run)};
-        if (kx::lumaSumSsse3(run, 35) != want) ++mismatches;
+        const uint32_t want = 35 * uint32_t{px::lumaOfPixel(run)};
+        if (px::lumaSum_ssse3(run, 35) != want) ++mismatches;
     }
     EXPECT_EQ(mismatches, 0u);
 }

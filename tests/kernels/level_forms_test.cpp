@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "guarded_buffer.h"
+#include "level_scope.h"
+#include "kernels/colour/luma_sum.h"
 #include "kernels/colour/yuv420.h"
 #include "kestrix/px.h"
 
@@ -134,6 +136,23 @@ Run copyRun() {
     };
 }
 
+// The exposure measure's luminance sum over the rows as one run of pixels, its four bytes compared.
+// multiples draws pixels from a few, two of whose weighted sums are multiples of 1000 (0, 63, 49 and
+// 2, 87, 194: 42000 and 73000), where the vector form hands its group of sixteen to the plain rule,
+// and black, whose 0 it keeps.
+Run lumaSumRun(bool multiples) {
+    return [=](const Geometry &g, uint32_t seed) {
+        std::mt19937 random(seed);
+        const uint32_t count = uint32_t(g.width) * uint32_t(g.height);
+        const Rows src(int32_t(3 * count), 1, 0, &random);
+        static const uint8_t kPixels[][3] = {{0, 63, 49}, {2, 87, 194}, {0, 0, 0}, {255, 255, 255}, {9, 9, 9}};
+        for (uint32_t i = 0; multiples && i < count; ++i)
+            std::copy_n(kPixels[src.data()[3 * i] % 5], 3, src.data() + 3 * i);
+        const uint32_t sum = px::lumaSum(src.data(), count);
+        return withStatus(PxStsOk, {uint8_t(sum), uint8_t(sum >> 8), uint8_t(sum >> 16), uint8_t(sum >> 24)});
+    };
+}
+
 // The region of g at (KW - 1 - anchor.x, KH - 1 - anchor.y) of a source just large enough for the
 // window's reach, so that the last byte the window may read is the buffer's last.
 Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
@@ -237,6 +256,8 @@ const std::vector<KernelRow> &kernelRows() {
         {"filter 2x3 divisor 5", filterRun(randomKernel(6, -50, 90, 9), {2, 3}, {1, 1}, 5)},
         {"filter 1x3 divisor 2", filterRun({1, 2, 1}, {1, 3}, {0, 1}, 2)},
         {"sharpen", sharpenRun()},
+        {"luma sum", lumaSumRun(false)},
+        {"luma sum multiples of 1000", lumaSumRun(true)},
     };
     return rows;
 }
@@ -275,18 +296,18 @@ class LevelForms : public testing::TestWithParam<size_t> {};
 // byte says nothing of the share.
 TEST_P(LevelForms, MatchTheirReference) {
     const KernelRow &row = kernelRows()[GetParam()];
-    const int32_t saved = pxGetLevel();
+    const kx::test::LevelScope scope;
     size_t offByOne[5] = {}, compared[5] = {};
     uint32_t seed = 1;
     for (const Geometry &g : geometries()) {
         if (g.height < row.minHeight) continue;
         SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << " pad " << g.pad);
         ++seed;
-        ASSERT_EQ(pxSetLevel(0), PxStsOk);
+        ASSERT_TRUE(scope.set(0));
         const std::vector<uint8_t> levelZero = row.run(g, seed);
         const std::vector<uint8_t> want = row.reference ? row.reference(g, seed) : levelZero;
         for (int32_t level = 1; level <= 4; ++level) {
-            if (pxSetLevel(level) != PxStsOk) continue;  // not runnable on this processor
+            if (!scope.set(level)) continue;  // not runnable on this processor
             SCOPED_TRACE(testing::Message() << "level " << level);
             offByOne[level] += expectSame(row.run(g, seed), want, row);
             compared[level] += want.size();
@@ -296,7 +317,6 @@ TEST_P(LevelForms, MatchTheirReference) {
     }
     for (int32_t level = 1; level <= 4; ++level)
         EXPECT_LE(double(offByOne[level]), row.shareOffByOne * double(compared[level])) << "level " << level;
-    pxSetLevel(saved);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kernels, LevelForms, testing::Range(size_t{0}, kernelRows().size()),

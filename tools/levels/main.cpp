@@ -186,89 +186,116 @@ int usage() {
     return 2;
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+struct Options {
     int32_t width = 1280, height = 720;
     int repeat = 5;
     const char *path = nullptr;
+};
+
+// False on arguments it does not take.
+bool parseOptions(int argc, char **argv, Options &options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--size" && i + 1 < argc) {
-            if (std::sscanf(argv[++i], "%dx%d", &width, &height) != 2 || width < 3 || height < 3 || width > 16384 ||
-                height > 16384)
-                return usage();
+            if (std::sscanf(argv[++i], "%dx%d", &options.width, &options.height) != 2 || options.width < 3 ||
+                options.height < 3 || options.width > 16384 || options.height > 16384)
+                return false;
         } else if (arg == "--repeat" && i + 1 < argc) {
-            repeat = std::atoi(argv[++i]);
-            if (repeat < 1) return usage();
-        } else if (!arg.empty() && arg[0] != '-' && !path) {
-            path = argv[i];
+            options.repeat = std::atoi(argv[++i]);
+            if (options.repeat < 1) return false;
+        } else if (!arg.empty() && arg[0] != '-' && !options.path) {
+            options.path = argv[i];
         } else {
-            return usage();
+            return false;
         }
     }
+    return true;
+}
 
-    Image in;
-    if (path) {
-        std::string error;
-        in = bmpImage(path, error);
-        if (in.bytes.empty()) {
-            std::fprintf(stderr, "kestrix-levels: %s: %s\n", path, error.c_str());
-            return 1;
-        }
-    } else {
-        in = generatedImage(width, height);
-    }
+// The level the library takes when it loads and the levels this processor runs, printed.
+struct Levels {
+    int32_t atLoad;
+    std::vector<int32_t> runnable;
+};
 
+Levels reportLevels() {
     // The shared libraries make this call when they load, and the static archive (the Windows form
     // of this tool) does not, so the tool makes it itself: its choice is the level the exports run at.
     const PxStatus chooseStatus = pxChooseLevel();
-    const int32_t loadLevel = pxGetLevel();
+    Levels levels{pxGetLevel(), {}};
     uint64_t features = 0;
     pxGetFeatures(&features, nullptr);
-    std::printf("level chosen at load: %d (status %d), processor features 0x%03llx\n", loadLevel, chooseStatus,
+    std::printf("level chosen at load: %d (status %d), processor features 0x%03llx\n", levels.atLoad, chooseStatus,
                 static_cast<unsigned long long>(features));
     std::printf("levels this processor runs:");
-    std::vector<int32_t> levels;
     for (int32_t level = 0; level <= 4; ++level) {
         if (pxSetLevel(level) == PxStsOk) {
-            levels.push_back(level);
+            levels.runnable.push_back(level);
             std::printf(" %d", level);
         }
     }
-    std::printf("\ninput: %s %d x %d, best of %d runs\n\n", path ? path : "generated", in.width, in.height, repeat);
+    std::printf("\n");
+    return levels;
+}
 
-    // Y, U and V planes of the input at level 0, the input of the conversion back and of the deinterlace.
+// Y, U and V planes of the input at level 0, the input of the conversion back and of the deinterlace.
+std::vector<uint8_t> planesAtLevelZero(const Image &in) {
     pxSetLevel(0);
-    std::vector<uint8_t> yuv(planesOf(in).bytes);
-    {
-        const Planes p = planesOf(in);
-        uint8_t *const planes[3] = {yuv.data() + p.offsets[0], yuv.data() + p.offsets[1], yuv.data() + p.offsets[2]};
-        pxRgbToYuv420(in.bytes.data(), in.step(), planes, p.steps, {in.width, in.height});
+    const Planes p = planesOf(in);
+    std::vector<uint8_t> yuv(p.bytes);
+    uint8_t *const planes[3] = {yuv.data() + p.offsets[0], yuv.data() + p.offsets[1], yuv.data() + p.offsets[2]};
+    pxRgbToYuv420(in.bytes.data(), in.step(), planes, p.steps, {in.width, in.height});
+    return yuv;
+}
+
+// One row per level: the status, the largest difference and the bytes that differ from level 0,
+// and the best time. Every level writes over the same sentinel, so bytes written at one level only
+// count too.
+void reportKernel(const KernelCase &kernel, const Image &in, const std::vector<uint8_t> &yuv,
+                  const std::vector<int32_t> &levels, int repeat) {
+    std::vector<uint8_t> reference(kernel.outBytes, 0xA5), out(kernel.outBytes);
+    for (const int32_t level : levels) {
+        pxSetLevel(level);
+        std::fill(out.begin(), out.end(), uint8_t{0xA5});
+        PxStatus status = kernel.run(in, yuv, out.data());
+        if (level == 0) reference = out;
+        int largest = 0;
+        size_t differing = 0;
+        for (size_t i = 0; i < out.size(); ++i) {
+            const int d = std::abs(out[i] - reference[i]);
+            largest = std::max(largest, d);
+            differing += d != 0;
+        }
+        const double seconds = secondsOf(kernel, in, yuv, out.data(), repeat, status);
+        std::printf("%-26s %5d %6d %13d %15zu %12.1f\n", kernel.name, level, status, largest, differing,
+                    seconds * 1e6);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    Options options;
+    if (!parseOptions(argc, argv, options)) return usage();
+    Image in;
+    if (options.path) {
+        std::string error;
+        in = bmpImage(options.path, error);
+        if (in.bytes.empty()) {
+            std::fprintf(stderr, "kestrix-levels: %s: %s\n", options.path, error.c_str());
+            return 1;
+        }
+    } else {
+        in = generatedImage(options.width, options.height);
     }
 
+    const Levels levels = reportLevels();
+    std::printf("input: %s %d x %d, best of %d runs\n\n", options.path ? options.path : "generated", in.width,
+                in.height, options.repeat);
+    const std::vector<uint8_t> yuv = planesAtLevelZero(in);
     std::printf("%-26s %5s %6s %13s %15s %12s\n", "kernel", "level", "status", "largest diff", "differing bytes",
                 "time (us)");
-    for (const KernelCase &kernel : kernelCases(in)) {
-        // Every level writes over the same sentinel, so bytes written at one level only count too.
-        std::vector<uint8_t> reference(kernel.outBytes, 0xA5), out(kernel.outBytes);
-        for (const int32_t level : levels) {
-            pxSetLevel(level);
-            std::fill(out.begin(), out.end(), uint8_t{0xA5});
-            PxStatus status = kernel.run(in, yuv, out.data());
-            if (level == 0) reference = out;
-            int largest = 0;
-            size_t differing = 0;
-            for (size_t i = 0; i < out.size(); ++i) {
-                const int d = std::abs(out[i] - reference[i]);
-                largest = std::max(largest, d);
-                differing += d != 0;
-            }
-            const double seconds = secondsOf(kernel, in, yuv, out.data(), repeat, status);
-            std::printf("%-26s %5d %6d %13d %15zu %12.1f\n", kernel.name, level, status, largest, differing,
-                        seconds * 1e6);
-        }
-    }
-    pxSetLevel(loadLevel);
+    for (const KernelCase &kernel : kernelCases(in)) reportKernel(kernel, in, yuv, levels.runnable, options.repeat);
+    pxSetLevel(levels.atLoad);
     return 0;
 }

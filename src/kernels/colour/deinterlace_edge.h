@@ -17,8 +17,8 @@ using DeinterlaceRow = void (*)(const uint8_t *upper, const uint8_t *lower, cons
 void deinterlaceEdgeColumns(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x0, int32_t x1);
 
 // A whole row by the plain rule.
-void deinterlaceEdgeRowScalar(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst,
-                              int32_t width);
+void deinterlaceEdgeRow_ref(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst,
+                            int32_t width);
 
 // The checks, the copied row and the choice of rows, common to every form. minHeight is 2 at
 // level 0 and 1 at the others.
@@ -30,7 +30,7 @@ PxStatus pxDeinterlaceEdge_ref(const uint8_t *src, int32_t srcStep, uint8_t *dst
                                int32_t field, int32_t copyLine);
 // Columns x0 to x1 - 1 of a row (x1 at most width - 1), 16 at a time and the rest by the plain rule.
 // Compiled for SSSE3: forms of level 1 and above may call it.
-void deinterlaceEdgeColumnsSsse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x0, int32_t x1);
+void deinterlaceEdgeColumns_ssse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x0, int32_t x1);
 
 // Levels 1 to 3, and 4: the same bytes, 16 or 32 columns at a time, and a height of 1 is accepted.
 PxStatus pxDeinterlaceEdge_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,

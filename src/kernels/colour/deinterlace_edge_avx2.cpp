@@ -16,7 +16,8 @@ __m256i lessThan(__m256i a, __m256i b) {
 
 __m256i load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)); }
 
-void rowAvx2(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst, int32_t width) {
+void deinterlaceEdgeRow_avx2(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst,
+                             int32_t width) {
     dst[0] = base[0];
     dst[width - 1] = base[width - 1];
     int32_t x = 1;
@@ -34,14 +35,14 @@ void rowAvx2(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, ui
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(dst + x), mean);
     }
     // The rest, 16 columns at a time and then one by one, as level 3 does it.
-    deinterlaceEdgeColumnsSsse3(upper, lower, dst, x, width - 1);
+    deinterlaceEdgeColumns_ssse3(upper, lower, dst, x, width - 1);
 }
 
 }  // namespace
 
 PxStatus pxDeinterlaceEdge_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                                 int32_t field, int32_t copyLine) {
-    return deinterlaceEdgeRows(src, srcStep, dst, dstStep, size, field, copyLine, 1, rowAvx2);
+    return deinterlaceEdgeRows(src, srcStep, dst, dstStep, size, field, copyLine, 1, deinterlaceEdgeRow_avx2);
 }
 
 }  // namespace px

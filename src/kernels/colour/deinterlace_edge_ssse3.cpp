@@ -21,15 +21,16 @@ __m128i select(__m128i mask, __m128i ifSet, __m128i otherwise) {
 
 __m128i load(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
 
-void rowSsse3(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst, int32_t width) {
+void deinterlaceEdgeRow_ssse3(const uint8_t *upper, const uint8_t *lower, const uint8_t *base, uint8_t *dst,
+                              int32_t width) {
     dst[0] = base[0];
     dst[width - 1] = base[width - 1];
-    deinterlaceEdgeColumnsSsse3(upper, lower, dst, 1, width - 1);
+    deinterlaceEdgeColumns_ssse3(upper, lower, dst, 1, width - 1);
 }
 
 }  // namespace
 
-void deinterlaceEdgeColumnsSsse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x, int32_t x1) {
+void deinterlaceEdgeColumns_ssse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x, int32_t x1) {
     // Columns x to x + 15 read x - 1 to x + 16, which must not pass x1, the row's last column.
     for (; x + 16 <= x1; x += 16) {
         const __m128i um = load(upper + x - 1), u0 = load(upper + x), up = load(upper + x + 1);
@@ -51,7 +52,7 @@ void deinterlaceEdgeColumnsSsse3(const uint8_t *upper, const uint8_t *lower, uin
 
 PxStatus pxDeinterlaceEdge_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                                  int32_t field, int32_t copyLine) {
-    return deinterlaceEdgeRows(src, srcStep, dst, dstStep, size, field, copyLine, 1, rowSsse3);
+    return deinterlaceEdgeRows(src, srcStep, dst, dstStep, size, field, copyLine, 1, deinterlaceEdgeRow_ssse3);
 }
 
 }  // namespace px

@@ -55,9 +55,9 @@ PxStatus pxYuv420ToRgb_avx2(const uint8_t *const planes[3], const int32_t planeS
                             int32_t dstStep, PxSize size);
 // Blocks first to blocks - 1 of a row pair, 8 at a time and the rest as the plain forms do them.
 // Compiled for SSSE3: forms of level 1 and above may call them.
-void rgbToYuv420BlocksSsse3(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u,
-                            uint8_t *v, int32_t first, int32_t blocks);
-void yuv420ToRgbBlocksSsse3(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v,
-                            uint8_t *dst0, uint8_t *dst1, int32_t first, int32_t blocks);
+void rgbToYuv420Blocks_ssse3(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,
+                             int32_t first, int32_t blocks);
+void yuv420ToRgbBlocks_ssse3(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
+                             uint8_t *dst1, int32_t first, int32_t blocks);
 
 }  // namespace px

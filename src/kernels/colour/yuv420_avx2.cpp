@@ -124,7 +124,7 @@ void rgbToYuvRowPair(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint
     int32_t b = 0;
     for (; b + 16 <= vectorBlocks; b += 16)
         sixteenBlocksToYuv(src0 + 6 * b, src1 + 6 * b, y0 + 2 * b, y1 + 2 * b, u + b, v + b);
-    rgbToYuv420BlocksSsse3(src0, src1, y0, y1, u, v, b, blocks);
+    rgbToYuv420Blocks_ssse3(src0, src1, y0, y1, u, v, b, blocks);
 }
 
 void yuvToRgbRowPair(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
@@ -132,7 +132,7 @@ void yuvToRgbRowPair(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, con
     int32_t b = 0;
     for (; b + 16 <= blocks; b += 16)
         sixteenBlocksToPacked(y0 + 2 * b, y1 + 2 * b, u + b, v + b, dst0 + 6 * b, dst1 + 6 * b);
-    yuv420ToRgbBlocksSsse3(y0, y1, u, v, dst0, dst1, b, blocks);
+    yuv420ToRgbBlocks_ssse3(y0, y1, u, v, dst0, dst1, b, blocks);
 }
 
 }  // namespace

@@ -147,18 +147,18 @@ void eightBlocksToPacked(const uint8_t *y0, const uint8_t *y1, const uint8_t *u,
 
 void rgbToYuvRowPair(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,
                      int32_t blocks) {
-    rgbToYuv420BlocksSsse3(src0, src1, y0, y1, u, v, 0, blocks);
+    rgbToYuv420Blocks_ssse3(src0, src1, y0, y1, u, v, 0, blocks);
 }
 
 void yuvToRgbRowPair(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
                      uint8_t *dst1, int32_t blocks) {
-    yuv420ToRgbBlocksSsse3(y0, y1, u, v, dst0, dst1, 0, blocks);
+    yuv420ToRgbBlocks_ssse3(y0, y1, u, v, dst0, dst1, 0, blocks);
 }
 
 }  // namespace
 
-void rgbToYuv420BlocksSsse3(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u,
-                            uint8_t *v, int32_t first, int32_t blocks) {
+void rgbToYuv420Blocks_ssse3(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,
+                             int32_t first, int32_t blocks) {
     // first is a multiple of 8, so what is left of the vector part is groups of 8 and perhaps one of 4.
     const int32_t vectorBlocks = vectorRuleBlocks(blocks);
     int32_t b = first;
@@ -168,8 +168,8 @@ void rgbToYuv420BlocksSsse3(const uint8_t *src0, const uint8_t *src1, uint8_t *y
     rgbToYuv420TailRule(src0, src1, y0, y1, u, v, vectorBlocks, blocks);
 }
 
-void yuv420ToRgbBlocksSsse3(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v,
-                            uint8_t *dst0, uint8_t *dst1, int32_t first, int32_t blocks) {
+void yuv420ToRgbBlocks_ssse3(const uint8_t *y0, const uint8_t *y1, const uint8_t *u, const uint8_t *v, uint8_t *dst0,
+                             uint8_t *dst1, int32_t first, int32_t blocks) {
     int32_t b = first;
     for (; b + 8 <= blocks; b += 8)
         eightBlocksToPacked(y0 + 2 * b, y1 + 2 * b, u + b, v + b, dst0 + 6 * b, dst1 + 6 * b);

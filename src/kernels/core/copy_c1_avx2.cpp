@@ -30,13 +30,10 @@ void copyRow(const uint8_t *s, uint8_t *d, int32_t width) {
 }  // namespace
 
 PxStatus pxCopyC1_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size) {
-    if (!src || !dst) return PxStsNullPtr;
-    if (size.width < 1 || size.height < 1) return PxStsBadSize;
-    for (int32_t y = 0; y < size.height; ++y)
-        copyRow(src + static_cast<intptr_t>(y) * srcStep, dst + static_cast<intptr_t>(y) * dstStep, size.width);
+    const PxStatus status = copyC1Rows(copyRow, src, srcStep, dst, dstStep, size);
     // Leaves the upper halves clean for any SSE code that follows.
     _mm256_zeroupper();
-    return PxStsOk;
+    return status;
 }
 
 }  // namespace px

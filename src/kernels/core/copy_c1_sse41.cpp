@@ -37,11 +37,7 @@ void copyRow(const uint8_t *s, uint8_t *d, int32_t width) {
 }  // namespace
 
 PxStatus pxCopyC1_sse41(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size) {
-    if (!src || !dst) return PxStsNullPtr;
-    if (size.width < 1 || size.height < 1) return PxStsBadSize;
-    for (int32_t y = 0; y < size.height; ++y)
-        copyRow(src + static_cast<intptr_t>(y) * srcStep, dst + static_cast<intptr_t>(y) * dstStep, size.width);
-    return PxStsOk;
+    return copyC1Rows(copyRow, src, srcStep, dst, dstStep, size);
 }
 
 }  // namespace px

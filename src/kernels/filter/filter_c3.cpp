@@ -6,14 +6,14 @@
 
 namespace px {
 
-PxStatus filterC3Checks(const uint8_t *src, int32_t srcStep, const uint8_t *dst, int32_t dstStep, PxSize size,
-                        const int32_t *kernel, PxSize kernelSize, int32_t divisor) {
-    if (src == nullptr || dst == nullptr || kernel == nullptr) return PxStsNullPtr;
+PxStatus filterC3Checks(const FilterCall &call) {
+    if (call.src == nullptr || call.dst == nullptr || call.kernel == nullptr) return PxStsNullPtr;
+    const PxSize size = call.size, kernelSize = call.kernelSize;
     if (size.width < 1 || size.height < 1 || kernelSize.width < 1 || kernelSize.height < 1) return PxStsBadSize;
     // A divisor of 0 is told apart from a bad step: the caller's kernel, not its image, is wrong.
-    if (divisor == 0) return PxStsBadDivisor;
+    if (call.divisor == 0) return PxStsBadDivisor;
     // The source row must hold the window's reach to both sides; 64 bits so no size wraps past it.
-    if (srcStep < (int64_t{size.width} + kernelSize.width - 1) * 3 || dstStep < int64_t{size.width} * 3) {
+    if (call.srcStep < (int64_t{size.width} + kernelSize.width - 1) * 3 || call.dstStep < int64_t{size.width} * 3) {
         return PxStsBadStep;
     }
     return PxStsOk;
@@ -27,22 +27,6 @@ FilterDivision filterDivision(int32_t divisor) {
         return {FilterDivision::Shift, shift, 1.0f};
     }
     return {FilterDivision::Reciprocal, 0, 1.0f / static_cast<float>(divisor)};
-}
-
-void filterRowPassScalar(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,
-                         bool first) {
-    for (int32_t k = 0; k < count; ++k) {
-        // Unsigned, so that the sums wrap in 32 bits as the scalar rule's do.
-        uint32_t sum = first ? 0u : static_cast<uint32_t>(sums[k]);
-        for (int32_t m = 0; m < kw; ++m) {
-            sum += static_cast<uint32_t>(kernelRow[kw - 1 - m]) * window[k + 3 * static_cast<ptrdiff_t>(m)];
-        }
-        sums[k] = static_cast<int32_t>(sum);
-    }
-}
-
-void filterFinishScalar(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
-    for (int32_t k = 0; k < count; ++k) out[k] = filterDivide(sums[k], division);
 }
 
 namespace {
@@ -77,14 +61,12 @@ bool repackPairs(const int32_t *kernel, int32_t kw, int32_t kh, FilterPair *pair
 
 }  // namespace
 
-PxStatus filterC3WithPasses(FilterRowPass rowPass, FilterFinishPass finish, const uint8_t *src, int32_t srcStep,
-                            uint8_t *dst, int32_t dstStep, PxSize size, const int32_t *kernel, PxSize kernelSize,
-                            PxPoint anchor, int32_t divisor) {
-    if (const PxStatus status = filterC3Checks(src, srcStep, dst, dstStep, size, kernel, kernelSize, divisor); status) {
-        return status;
-    }
-    const FilterDivision division = filterDivision(divisor);
-    const int32_t kw = kernelSize.width, kh = kernelSize.height;
+PxStatus filterC3WithPasses(const FilterPasses &passes, const FilterCall &call) {
+    if (const PxStatus status = filterC3Checks(call); status) return status;
+    const PxSize size = call.size;
+    const int32_t *kernel = call.kernel;
+    const FilterDivision division = filterDivision(call.divisor);
+    const int32_t kw = call.kernelSize.width, kh = call.kernelSize.height;
 
     // One block: sixteen bytes for each coefficient (the pairs take at most that), then a row of
     // sums, one for each byte of an output row. A block a 32-bit count cannot describe is not had.
@@ -95,22 +77,24 @@ PxStatus filterC3WithPasses(FilterRowPass rowPass, FilterFinishPass finish, cons
     auto *pairs = reinterpret_cast<FilterPair *>(block);
     if (block == nullptr || !repackPairs(kernel, kw, kh, pairs)) {
         pxFree(block);
-        filterC3RowsScalar(src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, division, 0, size.height);
+        filterC3Rows_ref(call, division, 0, size.height);
         return PxStsOk;
     }
 
     int32_t *sums = reinterpret_cast<int32_t *>(block + pairWords);
     const int32_t rowBytes = size.width * 3, pairsPerRow = (kw + 1) / 2;
     // The window's leftmost pixel lies KW - 1 pixels left of the anchor column.
-    const ptrdiff_t left = 3 * (static_cast<ptrdiff_t>(anchor.x) - kw + 1);
+    const ptrdiff_t left = 3 * (static_cast<ptrdiff_t>(call.anchor.x) - kw + 1);
+    const FilterRowPass rowPass = kw == 3 ? passes.row3 : kw == 5 ? passes.row5 : passes.rowAny;
+    const FilterFinishPass finish = division.kind == FilterDivision::Shift ? passes.finishShift : passes.finishScale;
     for (int32_t y = 0; y < size.height; ++y) {
         // Kernel row j meets source row y + anchor.y - j: the window's rows top to bottom.
         for (int32_t j = kh - 1; j >= 0; --j) {
-            const uint8_t *window = src + (static_cast<ptrdiff_t>(y) + anchor.y - j) * srcStep + left;
+            const uint8_t *window = call.src + (static_cast<ptrdiff_t>(y) + call.anchor.y - j) * call.srcStep + left;
             rowPass(window, pairs + static_cast<ptrdiff_t>(j) * pairsPerRow, kernel + static_cast<ptrdiff_t>(j) * kw,
                     kw, sums, rowBytes, j == kh - 1);
         }
-        finish(sums, dst + static_cast<ptrdiff_t>(y) * dstStep, rowBytes, division);
+        finish(sums, call.dst + static_cast<ptrdiff_t>(y) * call.dstStep, rowBytes, division);
     }
     pxFree(block);
     return PxStsOk;

@@ -8,9 +8,21 @@
 
 namespace px {
 
+// The arguments of pxFilterC3, as one record.
+struct FilterCall {
+    const uint8_t *src;
+    int32_t srcStep;
+    uint8_t *dst;
+    int32_t dstStep;
+    PxSize size;
+    const int32_t *kernel;
+    PxSize kernelSize;
+    PxPoint anchor;
+    int32_t divisor;
+};
+
 // Null pointers, then sizes, then a divisor of 0, then the steps; PxStsOk when all hold.
-PxStatus filterC3Checks(const uint8_t *src, int32_t srcStep, const uint8_t *dst, int32_t dstStep, PxSize size,
-                        const int32_t *kernel, PxSize kernelSize, int32_t divisor);
+PxStatus filterC3Checks(const FilterCall &call);
 
 // How a sum becomes an output byte. The divisor picks the rule once per call, never per pixel.
 struct FilterDivision {
@@ -27,9 +39,7 @@ FilterDivision filterDivision(int32_t divisor);
 uint8_t filterDivide(int32_t sum, const FilterDivision &division);
 
 // The convolution of rows first to last - 1 of the region, pixel by pixel, with no checks.
-void filterC3RowsScalar(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
-                        const int32_t *kernel, PxSize kernelSize, PxPoint anchor, const FilterDivision &division,
-                        int32_t first, int32_t last);
+void filterC3Rows_ref(const FilterCall &call, const FilterDivision &division, int32_t first, int32_t last);
 
 // The vector forms keep one row of 32-bit sums per output row and add one kernel row into it at a
 // time. Each kernel row is reversed (window pixel m meets coefficient KW - 1 - m) and repacked as
@@ -47,16 +57,21 @@ using FilterRowPass = void (*)(const uint8_t *window, const FilterPair *pairs, c
 // The finishing pass: count sums divided by the rule and saturated into out.
 using FilterFinishPass = void (*)(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
 
+// A level's passes: row passes for kernels 3 and 5 wide and for any other width, and the finishing
+// passes of the shift rule and of the plain and reciprocal rules.
+struct FilterPasses {
+    FilterRowPass row3, row5, rowAny;
+    FilterFinishPass finishShift, finishScale;
+};
+
 // The ends of a row that the vector passes leave to the plain rule.
-void filterRowPassScalar(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,
-                         bool first);
-void filterFinishScalar(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
+void filterRowPass_ref(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,
+                       bool first);
+void filterFinish_ref(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
 
 // Levels 1 to 4 with their passes: the checks, then the row-of-sums walk where the kernel, the
 // region and the scratch allow it, and the scalar rule where they do not.
-PxStatus filterC3WithPasses(FilterRowPass rowPass, FilterFinishPass finish, const uint8_t *src, int32_t srcStep,
-                            uint8_t *dst, int32_t dstStep, PxSize size, const int32_t *kernel, PxSize kernelSize,
-                            PxPoint anchor, int32_t divisor);
+PxStatus filterC3WithPasses(const FilterPasses &passes, const FilterCall &call);
 
 // Level 0, the reference: the scalar rule over the whole region, with no scratch.
 PxStatus pxFilterC3_ref(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,

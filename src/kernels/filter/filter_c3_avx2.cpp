@@ -35,8 +35,9 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
              int32_t count, bool first) {
     const int32_t pairCount = kPairs != 0 ? kPairs : (kw + 1) / 2;
     const bool lone = kPairs != 0 || (kw & 1) != 0;
+    constexpr int32_t kStep = 16;  // output bytes a step: eight sums in each of two registers
     int32_t k = 0;
-    for (; k + 16 <= count; k += 16) {
+    for (; k + kStep <= count; k += kStep) {
         __m256i low = first ? _mm256_setzero_si256() : load(sums + k);
         __m256i high = first ? _mm256_setzero_si256() : load(sums + k + 8);
         const uint8_t *pixel = window + k;
@@ -58,20 +59,14 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
         store(sums + k, low);
         store(sums + k + 8, high);
     }
-    filterRowPassScalar(window + k, kernelRow, kw, sums + k, count - k, first);
-}
-
-void rowPassAvx2(const uint8_t *window, const FilterPair *pairs, const int32_t *kernelRow, int32_t kw, int32_t *sums,
-                 int32_t count, bool first) {
-    if (kw == 3) return rowPass<2>(window, pairs, kernelRow, kw, sums, count, first);
-    if (kw == 5) return rowPass<3>(window, pairs, kernelRow, kw, sums, count, first);
-    rowPass<0>(window, pairs, kernelRow, kw, sums, count, first);
+    filterRowPass_ref(window + k, kernelRow, kw, sums + k, count - k, first);
 }
 
 // The shift rule as quotient plus rounded remainder, which cannot overflow where sum + half would.
 struct ShiftDivide {
     __m128i shift;
     __m256i mask, halfLessOne, one;
+    explicit ShiftDivide(const FilterDivision &division) : ShiftDivide(division.shift) {}
     explicit ShiftDivide(int32_t s)
         : shift(_mm_cvtsi32_si128(s)), mask(_mm256_set1_epi32((int32_t{1} << s) - 1)),
           halfLessOne(_mm256_set1_epi32((int32_t{1} << (s - 1)) - 1)), one(_mm256_set1_epi32(1)) {}
@@ -86,15 +81,16 @@ struct ShiftDivide {
 // The plain and reciprocal rules, the product held to 255 before the conversion rounds it.
 struct ScaleDivide {
     __m256 reciprocal, top;
-    explicit ScaleDivide(float r) : reciprocal(_mm256_set1_ps(r)), top(_mm256_set1_ps(255.0f)) {}
+    explicit ScaleDivide(const FilterDivision &division)
+        : reciprocal(_mm256_set1_ps(division.reciprocal)), top(_mm256_set1_ps(255.0f)) {}
     __m256i operator()(__m256i sum) const {
         return _mm256_cvtps_epi32(_mm256_min_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(sum), reciprocal), top));
     }
 };
 
 template <class Divide>
-void finishWith(const Divide &divide, const int32_t *sums, uint8_t *out, int32_t count,
-                const FilterDivision &division) {
+void finishWith(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
+    const Divide divide(division);
     // Sixteen 16-bit values of one group, in order.
     const auto group = [&](int32_t k) {
         return _mm256_packs_epi32(divide(load(sums + k)), divide(load(sums + k + 8)));
@@ -111,22 +107,16 @@ void finishWith(const Divide &divide, const int32_t *sums, uint8_t *out, int32_t
         _mm_storeu_si128(reinterpret_cast<__m128i *>(out + k), _mm256_castsi256_si128(bytes));
         k += 16;
     }
-    filterFinishScalar(sums + k, out + k, count - k, division);
-}
-
-void finishAvx2(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
-    if (division.kind == FilterDivision::Shift) {
-        return finishWith(ShiftDivide(division.shift), sums, out, count, division);
-    }
-    finishWith(ScaleDivide(division.reciprocal), sums, out, count, division);
+    filterFinish_ref(sums + k, out + k, count - k, division);
 }
 
 }  // namespace
 
 PxStatus pxFilterC3_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                          const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
-    return filterC3WithPasses(rowPassAvx2, finishAvx2, src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor,
-                              divisor);
+    static constexpr FilterPasses kPasses = {rowPass<2>, rowPass<3>, rowPass<0>, finishWith<ShiftDivide>,
+                                             finishWith<ScaleDivide>};
+    return filterC3WithPasses(kPasses, {src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, divisor});
 }
 
 }  // namespace px

@@ -64,20 +64,14 @@ void rowPass(const uint8_t *window, const FilterPair *pairs, const int32_t *kern
         }
         for (int32_t q = 0; q < 4; ++q) store(sums + k + 4 * q, acc[q]);
     }
-    filterRowPassScalar(window + k, kernelRow, kw, sums + k, count - k, first);
-}
-
-void rowPassSsse3(const uint8_t *window, const FilterPair *pairs, const int32_t *kernelRow, int32_t kw, int32_t *sums,
-                  int32_t count, bool first) {
-    if (kw == 3) return rowPass<2>(window, pairs, kernelRow, kw, sums, count, first);
-    if (kw == 5) return rowPass<3>(window, pairs, kernelRow, kw, sums, count, first);
-    rowPass<0>(window, pairs, kernelRow, kw, sums, count, first);
+    filterRowPass_ref(window + k, kernelRow, kw, sums + k, count - k, first);
 }
 
 // The shift rule as quotient plus rounded remainder, which cannot overflow where sum + half would:
 // the same value as the scalar rule's. Sums below 1 come out at 0 or below and saturate to 0.
 struct ShiftDivide {
     __m128i shift, mask, halfLessOne, one;
+    explicit ShiftDivide(const FilterDivision &division) : ShiftDivide(division.shift) {}
     explicit ShiftDivide(int32_t s)
         : shift(_mm_cvtsi32_si128(s)), mask(_mm_set1_epi32((int32_t{1} << s) - 1)),
           halfLessOne(_mm_set1_epi32((int32_t{1} << (s - 1)) - 1)), one(_mm_set1_epi32(1)) {}
@@ -94,37 +88,32 @@ struct ShiftDivide {
 // single precision) would convert to -2^31 and saturate to 0.
 struct ScaleDivide {
     __m128 reciprocal, top;
-    explicit ScaleDivide(float r) : reciprocal(_mm_set1_ps(r)), top(_mm_set1_ps(255.0f)) {}
+    explicit ScaleDivide(const FilterDivision &division)
+        : reciprocal(_mm_set1_ps(division.reciprocal)), top(_mm_set1_ps(255.0f)) {}
     __m128i operator()(__m128i sum) const {
         return _mm_cvtps_epi32(_mm_min_ps(_mm_mul_ps(_mm_cvtepi32_ps(sum), reciprocal), top));
     }
 };
 
 template <class Divide>
-void finishWith(const Divide &divide, const int32_t *sums, uint8_t *out, int32_t count,
-                const FilterDivision &division) {
+void finishWith(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
+    const Divide divide(division);
     int32_t k = 0;
     for (; k + 16 <= count; k += 16) {
         const __m128i low = _mm_packs_epi32(divide(load(sums + k)), divide(load(sums + k + 4)));
         const __m128i high = _mm_packs_epi32(divide(load(sums + k + 8)), divide(load(sums + k + 12)));
         store(out + k, _mm_packus_epi16(low, high));
     }
-    filterFinishScalar(sums + k, out + k, count - k, division);
-}
-
-void finishSsse3(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division) {
-    if (division.kind == FilterDivision::Shift) {
-        return finishWith(ShiftDivide(division.shift), sums, out, count, division);
-    }
-    finishWith(ScaleDivide(division.reciprocal), sums, out, count, division);
+    filterFinish_ref(sums + k, out + k, count - k, division);
 }
 
 }  // namespace
 
 PxStatus pxFilterC3_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                           const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
-    return filterC3WithPasses(rowPassSsse3, finishSsse3, src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor,
-                              divisor);
+    static constexpr FilterPasses kPasses = {rowPass<2>, rowPass<3>, rowPass<0>, finishWith<ShiftDivide>,
+                                             finishWith<ScaleDivide>};
+    return filterC3WithPasses(kPasses, {src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, divisor});
 }
 
 }  // namespace px

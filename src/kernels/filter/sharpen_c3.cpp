@@ -13,15 +13,6 @@ PxStatus sharpenC3Checks(const uint8_t *src, int32_t srcStep, const uint8_t *dst
     return PxStsOk;
 }
 
-void sharpenColumnsScalar(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
-                          int32_t count) {
-    for (int32_t t = 0; t < count; ++t) sums[t] = static_cast<uint16_t>(above[t] + row[t] + below[t]);
-}
-
-void sharpenOperatorScalar(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
-    for (int32_t k = 0; k < count; ++k) out[k] = sharpenSample(row[k], sums[k] + sums[k + 3] + sums[k + 6]);
-}
-
 PxStatus sharpenC3WithPasses(SharpenColumnPass columns, SharpenOperatorPass apply, const uint8_t *src, int32_t srcStep,
                              uint8_t *dst, int32_t dstStep, PxSize size) {
     if (const PxStatus status = sharpenC3Checks(src, srcStep, dst, dstStep, size); status) return status;

@@ -24,18 +24,17 @@ using SharpenColumnPass = void (*)(const uint8_t *above, const uint8_t *row, con
 using SharpenOperatorPass = void (*)(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count);
 
 // The passes' plain rule, for rows narrower than a vector.
-void sharpenColumnsScalar(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
-                          int32_t count);
-void sharpenOperatorScalar(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count);
+void sharpenColumns_ref(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums, int32_t count);
+void sharpenOperator_ref(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count);
 
 // Levels 1 to 4 with their passes: the checks, the scratch and the row walk.
 PxStatus sharpenC3WithPasses(SharpenColumnPass columns, SharpenOperatorPass apply, const uint8_t *src, int32_t srcStep,
                              uint8_t *dst, int32_t dstStep, PxSize size);
 
 // The SSSE3 passes, which also finish rows too narrow for the AVX2 ones.
-void sharpenColumnsSsse3(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
-                         int32_t count);
-void sharpenOperatorSsse3(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count);
+void sharpenColumns_ssse3(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
+                          int32_t count);
+void sharpenOperator_ssse3(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count);
 
 // Level 0, the reference: three rows of horizontal sums in scratch, each source row summed once.
 PxStatus pxSharpenC3_ref(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size);

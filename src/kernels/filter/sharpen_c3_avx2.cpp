@@ -38,14 +38,15 @@ void operatorGroup(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32
 
 // Groups of 32, the last overlapping the one before; both passes only write, from inputs they leave
 // alone, so bytes written twice are written alike.
-void columnsAvx2(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums, int32_t count) {
-    if (count < 32) return sharpenColumnsSsse3(above, row, below, sums, count);
+void sharpenColumns_avx2(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
+                         int32_t count) {
+    if (count < 32) return sharpenColumns_ssse3(above, row, below, sums, count);
     for (int32_t t = 0; t + 32 < count; t += 32) columnGroup(above, row, below, sums, t);
     columnGroup(above, row, below, sums, count - 32);
 }
 
-void operatorAvx2(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
-    if (count < 32) return sharpenOperatorSsse3(row, sums, out, count);
+void sharpenOperator_avx2(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
+    if (count < 32) return sharpenOperator_ssse3(row, sums, out, count);
     for (int32_t k = 0; k + 32 < count; k += 32) operatorGroup(row, sums, out, k);
     operatorGroup(row, sums, out, count - 32);
 }
@@ -53,7 +54,7 @@ void operatorAvx2(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_
 }  // namespace
 
 PxStatus pxSharpenC3_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size) {
-    return sharpenC3WithPasses(columnsAvx2, operatorAvx2, src, srcStep, dst, dstStep, size);
+    return sharpenC3WithPasses(sharpenColumns_avx2, sharpenOperator_avx2, src, srcStep, dst, dstStep, size);
 }
 
 }  // namespace px

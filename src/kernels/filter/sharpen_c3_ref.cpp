@@ -1,4 +1,4 @@
-// Level 0 of pxSharpenC3.
+// Level 0 of pxSharpenC3, and the plain passes that every form falls back on.
 #include <cstddef>
 #include <utility>
 
@@ -13,6 +13,15 @@ uint8_t sharpenSample(int32_t c, int32_t neighbourhoodSum) {
     // low bit) is set.
     const int32_t value = (t + ((t & 8) >> 3) + 3) >> 3;
     return static_cast<uint8_t>(value > 255 ? 255 : value);
+}
+
+void sharpenColumns_ref(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
+                          int32_t count) {
+    for (int32_t t = 0; t < count; ++t) sums[t] = static_cast<uint16_t>(above[t] + row[t] + below[t]);
+}
+
+void sharpenOperator_ref(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
+    for (int32_t k = 0; k < count; ++k) out[k] = sharpenSample(row[k], sums[k] + sums[k + 3] + sums[k + 6]);
 }
 
 namespace {

@@ -44,21 +44,21 @@ void operatorGroup(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32
 
 }  // namespace
 
-void sharpenColumnsSsse3(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
-                         int32_t count) {
-    if (count < 16) return sharpenColumnsScalar(above, row, below, sums, count);
+void sharpenColumns_ssse3(const uint8_t *above, const uint8_t *row, const uint8_t *below, uint16_t *sums,
+                          int32_t count) {
+    if (count < 16) return sharpenColumns_ref(above, row, below, sums, count);
     for (int32_t t = 0; t + 16 < count; t += 16) columnGroup(above, row, below, sums, t);
     columnGroup(above, row, below, sums, count - 16);
 }
 
-void sharpenOperatorSsse3(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
-    if (count < 16) return sharpenOperatorScalar(row, sums, out, count);
+void sharpenOperator_ssse3(const uint8_t *row, const uint16_t *sums, uint8_t *out, int32_t count) {
+    if (count < 16) return sharpenOperator_ref(row, sums, out, count);
     for (int32_t k = 0; k + 16 < count; k += 16) operatorGroup(row, sums, out, k);
     operatorGroup(row, sums, out, count - 16);
 }
 
 PxStatus pxSharpenC3_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size) {
-    return sharpenC3WithPasses(sharpenColumnsSsse3, sharpenOperatorSsse3, src, srcStep, dst, dstStep, size);
+    return sharpenC3WithPasses(sharpenColumns_ssse3, sharpenOperator_ssse3, src, srcStep, dst, dstStep, size);
 }
 
 }  // namespace px

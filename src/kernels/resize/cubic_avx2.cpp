@@ -49,8 +49,8 @@ inline __m256 pairSample(const uint8_t *row, const int32_t *xIndex, const float 
                          _mm256_add_ps(_mm256_mul_ps(d2, w.h), _mm256_mul_ps(d3, w.c)));
 }
 
-void cubicRowAvx2(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
-                  const float *xFraction, float *out) {
+void pxCubicRow_avx2(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                     const float *xFraction, float *out) {
     int32_t j = 0;
     if (pixelStride == 3) {
         // The six samples of a pair side by side; the two spare lanes land on the next pair's first
@@ -61,7 +61,7 @@ void cubicRowAvx2(const uint8_t *row, int32_t dstW, int32_t pixelStride, const i
                              _mm256_permutevar8x32_ps(pairSample(row, xIndex + j, xFraction + j), pack));
     }
     _mm256_zeroupper();
-    cubicRowSsse3(row, dstW - j, pixelStride, xIndex + j, xFraction + j, out + 3 * j);
+    pxCubicRow_ssse3(row, dstW - j, pixelStride, xIndex + j, xFraction + j, out + 3 * j);
 }
 
 inline __m256 combineEight(int32_t i, const Weights &w, const float *r0, const float *r1, const float *r2,
@@ -75,8 +75,8 @@ inline __m256 combineEight(int32_t i, const Weights &w, const float *r0, const f
                          _mm256_add_ps(_mm256_mul_ps(d2, w.h), _mm256_mul_ps(d3, w.c)));
 }
 
-void cubicCombineAvx2(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
-                      const float *r3) {
+void pxCubicCombine_avx2(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                         const float *r3) {
     const Weights w = weightsOf(_mm256_set1_ps(t));
     const __m256 half = _mm256_set1_ps(0.5000001f);
     int32_t i = 0;
@@ -86,16 +86,11 @@ void cubicCombineAvx2(uint8_t *dst, int32_t count, float t, const float *r0, con
         _mm_storel_epi64(reinterpret_cast<__m128i *>(dst + i), _mm_packus_epi16(words, words));
     }
     _mm256_zeroupper();
-    if (i < count) cubicCombineSsse3(dst + i, count - i, t, r0 + i, r1 + i, r2 + i, r3 + i);
+    if (i < count) pxCubicCombine_ssse3(dst + i, count - i, t, r0 + i, r1 + i, r2 + i, r3 + i);
 }
 
 }  // namespace
 
-void cubicImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                    const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
-                    float *const rows[4], int32_t pixelStride, int32_t channels) {
-    cubicWalk({cubicRowAvx2, cubicCombineAvx2}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction,
-              xFraction, rows, pixelStride, channels);
-}
+void pxCubicImage_avx2(const ResizeJob &job) { cubicWalk({pxCubicRow_avx2, pxCubicCombine_avx2}, job); }
 
 }  // namespace px

@@ -76,8 +76,8 @@ inline __m128i roundFour(__m128 v) { return _mm_cvttps_epi32(_mm_add_ps(v, _mm_s
 
 }  // namespace
 
-void cubicRowSsse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
-                   const float *xFraction, float *out) {
+void pxCubicRow_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                      const float *xFraction, float *out) {
     if (pixelStride != 3) {  // pxResizeC3 packs its pixels; other strides take the plain pass
         pxCubicRow(row, dstW, pixelStride, xIndex, xFraction, out);
         return;
@@ -94,8 +94,8 @@ void cubicRowSsse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const 
         storeColumn(out + 3 * j, columnSample(row + xIndex[j], weightsOf(_mm_set1_ps(xFraction[j]))), j + 1 == dstW);
 }
 
-void cubicCombineSsse3(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
-                       const float *r3) {
+void pxCubicCombine_ssse3(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
+                          const float *r3) {
     const Weights w = weightsOf(_mm_set1_ps(t));
     int32_t i = 0;
     for (; i + 8 <= count; i += 8) {
@@ -111,11 +111,6 @@ void cubicCombineSsse3(uint8_t *dst, int32_t count, float t, const float *r0, co
     if (i < count) pxCubicCombine(dst + i, count - i, t, r0 + i, r1 + i, r2 + i, r3 + i);
 }
 
-void cubicImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                     const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
-                     float *const rows[4], int32_t pixelStride, int32_t channels) {
-    cubicWalk({cubicRowSsse3, cubicCombineSsse3}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yFraction,
-              xFraction, rows, pixelStride, channels);
-}
+void pxCubicImage_ssse3(const ResizeJob &job) { cubicWalk({pxCubicRow_ssse3, pxCubicCombine_ssse3}, job); }
 
 }  // namespace px

@@ -49,17 +49,18 @@ inline __m256 pairSample(const uint8_t *row, const int32_t *xIndex, const float 
     return _mm256_add_ps(sum, _mm256_mul_ps(tap(last, 1), broadcast<1>(high)));
 }
 
-void lanczosRowAvx2(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
-                    float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft) {
+void pxLanczosRow_avx2(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                       float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft) {
     int32_t j = 0;
     if (pixelStride == 3) {
         // The six samples of a pair side by side; the two spare lanes land on the next column's first
         // samples, which that column overwrites, so the row's last pair is left to the narrower form.
         const __m256i pack = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
         for (; j + 2 < dstW; j += 2) {
-            if (!lanczosInterior(xIndex[j], rectX, colsLeft) || !lanczosInterior(xIndex[j + 1], rectX, colsLeft)) {
-                lanczosRowSsse3(row, pixelStride, xIndex + j, xCoefficients + 6 * j, buffer + 3 * j, 2, rectX,
-                                colsLeft);
+            if (!lanczosInterior_ssse3(xIndex[j], rectX, colsLeft) ||
+                !lanczosInterior_ssse3(xIndex[j + 1], rectX, colsLeft)) {
+                pxLanczosRow_ssse3(row, pixelStride, xIndex + j, xCoefficients + 6 * j, buffer + 3 * j, 2, rectX,
+                                   colsLeft);
                 continue;
             }
             _mm256_storeu_ps(buffer + 3 * j,
@@ -67,10 +68,10 @@ void lanczosRowAvx2(const uint8_t *row, int32_t pixelStride, const int32_t *xInd
         }
     }
     _mm256_zeroupper();
-    lanczosRowSsse3(row, pixelStride, xIndex + j, xCoefficients + 6 * j, buffer + 3 * j, dstW - j, rectX, colsLeft);
+    pxLanczosRow_ssse3(row, pixelStride, xIndex + j, xCoefficients + 6 * j, buffer + 3 * j, dstW - j, rectX, colsLeft);
 }
 
-void lanczosCombineAvx2(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]) {
+void pxLanczosCombine_avx2(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]) {
     __m256 w[6];
     for (int k = 0; k < 6; ++k) w[k] = _mm256_set1_ps(coefficients[k]);
     const __m256 half = _mm256_set1_ps(0.5000001f);
@@ -86,20 +87,12 @@ void lanczosCombineAvx2(uint8_t *dst, int32_t count, const float *coefficients, 
     _mm256_zeroupper();
     if (i < count) {
         const float *const rest[6] = {rows[0] + i, rows[1] + i, rows[2] + i, rows[3] + i, rows[4] + i, rows[5] + i};
-        lanczosCombineSsse3(dst + i, count - i, coefficients, rest);
+        pxLanczosCombine_ssse3(dst + i, count - i, coefficients, rest);
     }
 }
 
 }  // namespace
 
-void lanczosImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                      const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
-                      const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
-                      int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
-                      int32_t channels) {
-    lanczosWalk({lanczosRowAvx2, lanczosCombineAvx2}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
-                yCoefficients, xCoefficients, buffers, rectX, rectY, colsLeft, rowsLeft, rowsNotThinned, pixelStride,
-                channels);
-}
+void pxLanczosImage_avx2(const ResizeJob &job) { lanczosWalk({pxLanczosRow_avx2, pxLanczosCombine_avx2}, job); }
 
 }  // namespace px

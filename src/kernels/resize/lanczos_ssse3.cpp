@@ -49,21 +49,21 @@ inline __m128i roundFour(__m128 v) { return _mm_cvttps_epi32(_mm_add_ps(v, _mm_s
 
 }  // namespace
 
-bool lanczosInterior(int32_t at, int32_t rectX, int32_t colsLeft) {
+bool lanczosInterior_ssse3(int32_t at, int32_t rectX, int32_t colsLeft) {
     // Columns 2 to the fourth from the image's end: all six taps lie in the image, and none of the
     // edge rules applies.
     return int64_t{at} >= (2 - int64_t{rectX}) * 3 && int64_t{at} <= (int64_t{colsLeft} - 4) * 3;
 }
 
-void lanczosRowSsse3(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
-                     float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft) {
+void pxLanczosRow_ssse3(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
+                        float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft) {
     if (pixelStride != 3) {  // pxResizeC3 packs its pixels; other strides take the plain pass
         pxLanczosRow(row, pixelStride, xIndex, xCoefficients, buffer, dstW, rectX, colsLeft);
         return;
     }
     for (int32_t j = 0; j < dstW; ++j) {
         float *out = buffer + 3 * j;
-        if (!lanczosInterior(xIndex[j], rectX, colsLeft)) {
+        if (!lanczosInterior_ssse3(xIndex[j], rectX, colsLeft)) {
             pxLanczosRow(row, pixelStride, xIndex + j, xCoefficients + 6 * j, out, 1, rectX, colsLeft);
             continue;
         }
@@ -77,7 +77,7 @@ void lanczosRowSsse3(const uint8_t *row, int32_t pixelStride, const int32_t *xIn
     }
 }
 
-void lanczosCombineSsse3(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]) {
+void pxLanczosCombine_ssse3(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]) {
     __m128 w[6];
     for (int k = 0; k < 6; ++k) w[k] = _mm_set1_ps(coefficients[k]);
     int32_t i = 0;
@@ -99,7 +99,7 @@ void lanczosCombineSsse3(uint8_t *dst, int32_t count, const float *coefficients,
 // Four fractions at a time, one per lane, in the plain form's order: so the weights are the plain
 // form's to the bit. The distance is limited to 3.0 instead of tested; entry 301 of the kernel is
 // there for the interpolation at 3.0, and gives the 0 that the test would.
-void resizeCoefficientsSsse3(const float *fractions, int32_t count, float *coefficients, const float *kernel) {
+void pxResizeCoefficients_ssse3(const float *fractions, int32_t count, float *coefficients, const float *kernel) {
     const __m128 magnitude = _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF));
     int32_t n = 0;
     for (; n + 4 <= count; n += 4) {
@@ -136,14 +136,6 @@ void resizeCoefficientsSsse3(const float *fractions, int32_t count, float *coeff
     if (n < count) pxResizeCoefficients(fractions + n, count - n, coefficients + 6 * n, kernel);
 }
 
-void lanczosImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                       const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
-                       const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
-                       int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
-                       int32_t channels) {
-    lanczosWalk({lanczosRowSsse3, lanczosCombineSsse3}, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
-                yCoefficients, xCoefficients, buffers, rectX, rectY, colsLeft, rowsLeft, rowsNotThinned, pixelStride,
-                channels);
-}
+void pxLanczosImage_ssse3(const ResizeJob &job) { lanczosWalk({pxLanczosRow_ssse3, pxLanczosCombine_ssse3}, job); }
 
 }  // namespace px

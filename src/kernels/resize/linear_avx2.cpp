@@ -20,7 +20,7 @@ inline __m256i blendSixteen(const uint16_t *upper, const uint16_t *lower, __m256
     return _mm256_packs_epi32(low, high);
 }
 
-void linearBlendAvx2(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
+void pxLinearBlend_avx2(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
     const __m256i weights = _mm256_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(weight) << 16) |
                                                                    static_cast<uint32_t>(16384 - weight)));
     const __m256i half = _mm256_set1_epi32(524288);
@@ -32,16 +32,13 @@ void linearBlendAvx2(uint8_t *dst, int32_t count, int32_t weight, const uint16_t
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(dst + i), _mm256_permute4x64_epi64(bytes, 0xD8));
     }
     _mm256_zeroupper();
-    if (i < count) linearBlendSsse3(dst + i, count - i, weight, upper + i, lower + i);
+    if (i < count) pxLinearBlend_ssse3(dst + i, count - i, weight, upper + i, lower + i);
 }
 
 }  // namespace
 
-void linearImageAvx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                     const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
-                     uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
-    linearImageWithPlan(linearRowC3Ssse3, linearBlendAvx2, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
-                        yWeight, xWeight, bufferA, bufferB, pixelStride, channels);
+void pxLinearImage_avx2(const ResizeJob &job) {
+    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_avx2, job);
 }
 
 }  // namespace px

@@ -21,12 +21,13 @@ struct ShuffleGroup {
 
 }  // namespace
 
-int32_t linearPlanBytes(int32_t dstW) {
+int32_t linearPlanBytes_ssse3(int32_t dstW) {
     const int64_t bytes = int64_t{dstW / 4} * int64_t{sizeof(ShuffleGroup) + sizeof(int32_t)};
     return bytes > INT32_MAX ? 0 : static_cast<int32_t>(bytes);  // 0: no plan, the allocation is refused
 }
 
-void linearMakePlan(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride, void *plan) {
+void linearMakePlan_ssse3(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride,
+                          void *plan) {
     const int32_t groups = dstW / 4;
     auto *shuffles = static_cast<ShuffleGroup *>(plan);
     auto *kinds = reinterpret_cast<int32_t *>(shuffles + groups);
@@ -82,8 +83,8 @@ inline void storeTwelve(uint16_t *out, __m128i sum0, __m128i sum1, __m128i sum2)
 
 }  // namespace
 
-void linearRowC3Ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
-                      const uint16_t *xWeight, const void *plan, uint16_t *out) {
+void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
+                         const uint16_t *xWeight, const void *plan, uint16_t *out) {
     const int32_t groups = dstW / 4;
     const auto *shuffles = static_cast<const ShuffleGroup *>(plan);
     const int32_t *kinds = plan ? reinterpret_cast<const int32_t *>(shuffles + groups) : nullptr;
@@ -138,7 +139,7 @@ inline __m128i blendEight(const uint16_t *upper, const uint16_t *lower, __m128i 
 
 }  // namespace
 
-void linearBlendSsse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
+void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
     // (16384 - w, w) in every 32-bit lane, against (upper, lower) pairs.
     const __m128i weights = _mm_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(weight) << 16) |
                                                                 static_cast<uint32_t>(16384 - weight)));
@@ -159,24 +160,16 @@ void linearBlendSsse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_
     if (i < count) pxLinearBlend(dst + i, count - i, weight, upper + i, lower + i);
 }
 
-void linearImageWithPlan(LinearRowPass row, LinearBlendPass blend, const uint8_t *src, uint8_t *dst, int32_t srcStep,
-                         int32_t dstStep, int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex,
-                         const uint16_t *yWeight, const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB,
-                         int32_t pixelStride, int32_t channels) {
+void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, const ResizeJob &job) {
     // Without memory for the plan every group is gathered column by column: slower, same bytes.
-    void *plan = dstW >= 4 ? pxAlloc(linearPlanBytes(dstW)) : nullptr;
-    if (plan) linearMakePlan(xIndex, xWeight, dstW, pixelStride, plan);
-    const LinearPasses passes = {row, blend, plan};
-    linearWalk(passes, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex, yWeight, xWeight, bufferA, bufferB,
-               pixelStride, channels);
+    void *plan = job.dstW >= 4 ? pxAlloc(linearPlanBytes_ssse3(job.dstW)) : nullptr;
+    if (plan) linearMakePlan_ssse3(job.xIndex, job.xWeight, job.dstW, job.pixelStride, plan);
+    linearWalk({row, blend, plan}, job);
     pxFree(plan);
 }
 
-void linearImageSsse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                      const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
-                      uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels) {
-    linearImageWithPlan(linearRowC3Ssse3, linearBlendSsse3, src, dst, srcStep, dstStep, dstW, dstH, yIndex, xIndex,
-                        yWeight, xWeight, bufferA, bufferB, pixelStride, channels);
+void pxLinearImage_ssse3(const ResizeJob &job) {
+    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_ssse3, job);
 }
 
 }  // namespace px

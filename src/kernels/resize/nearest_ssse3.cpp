@@ -21,16 +21,17 @@ struct NearestGroup {
 
 }  // namespace
 
-void nearestImageSsse3(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
-                       const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride) {
+void pxNearestImage_ssse3(const ResizeJob &job) {
+    const int32_t dstW = job.dstW;
+    const int32_t *xIndex = job.xIndex;
     // A store of sixteen bytes must end inside the output row, so the last group is left to the
     // plain form, as is any layout other than packed pixels.
-    const int32_t groups = pixelStride == 3 ? (3 * dstW - 1) / (3 * kGroup) : 0;
+    const int32_t groups = job.pixelStride == 3 ? (3 * dstW - 1) / (3 * kGroup) : 0;
     const int64_t planBytes = int64_t{groups} * int64_t{sizeof(NearestGroup)};
     auto *plan = groups > 0 && planBytes <= INT32_MAX
                      ? static_cast<NearestGroup *>(pxAlloc(static_cast<int32_t>(planBytes)))
                      : nullptr;
-    if (!plan) return pxNearestImage(src, dst, dstStep, dstW, dstH, yIndex, xIndex, pixelStride);
+    if (!plan) return pxNearestImage(job);
 
     // Sixteen bytes from a group's first source pixel may be loaded where they end within the span
     // of bytes that the row's pixels cover anyway; the entries never fall.
@@ -48,9 +49,10 @@ void nearestImageSsse3(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_
     }
 
     const int32_t done = kGroup * groups;
-    for (int32_t r = 0; r < dstH; ++r) {
+    uint8_t *dst = job.dst;
+    for (int32_t r = 0; r < job.dstH; ++r) {
         // A row with the same source row as the one before is gathered again, not copied as a block.
-        const uint8_t *row = src + yIndex[r];
+        const uint8_t *row = job.src + job.yIndex[r];
         uint8_t *out = dst;
         for (int32_t g = 0; g < groups; ++g, out += 3 * kGroup) {
             const int32_t c = kGroup * g;
@@ -63,7 +65,7 @@ void nearestImageSsse3(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_
             }
         }
         for (int32_t c = done; c < dstW; ++c, out += 3) std::memcpy(out, row + xIndex[c], 3);
-        dst += dstStep;
+        dst += job.dstStep;
     }
     pxFree(plan);
 }

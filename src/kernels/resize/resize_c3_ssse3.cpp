@@ -5,14 +5,14 @@
 
 namespace px {
 namespace {
-constexpr ResizeImageFunctions kSsse3Images = {nearestImageSsse3, linearImageSsse3, cubicImageSsse3, lanczosImageSsse3,
-                                               resizeCoefficientsSsse3, superC3Ssse3};
+constexpr ResizeImageFunctions kSsse3Images = {pxNearestImage_ssse3, pxLinearImage_ssse3,        pxCubicImage_ssse3,
+                                               pxLanczosImage_ssse3, pxResizeCoefficients_ssse3, superC3_ssse3};
 }  // namespace
 
 PxStatus pxResizeC3_ssse3(const uint8_t *src, PxSize srcSize, int32_t srcStep, PxRect srcRect, uint8_t *dst,
                           int32_t dstStep, PxSize dstSize, double xFactor, double yFactor, int32_t interpolation) {
-    return resizeC3With(kSsse3Images, src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor,
-                        interpolation);
+    return resizeC3With(kSsse3Images,
+                        {src, srcSize, srcStep, srcRect, dst, dstStep, dstSize, xFactor, yFactor, interpolation});
 }
 
 }  // namespace px

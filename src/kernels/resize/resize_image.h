@@ -9,29 +9,12 @@
 
 namespace px {
 
-// Truncation toward zero as the processor's conversion does it: a value out of the 32-bit range
-// (or not a number) gives the most negative value.
-inline int32_t truncateToInt32(double v) {
-    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
-    return INT32_MIN;
-}
-
-// The store of the float passes (cubic, Lanczos): 0.5000001, a hair above a half, sends a value at
-// or just below n + 0.5 up; only here is the overshoot of the filters limited.
-inline uint8_t storeFloatSample(float value) {
-    const int32_t n = truncateToInt32(static_cast<double>(value) + 0.5000001);
-    return static_cast<uint8_t>(n < 0 ? 0 : n > 255 ? 255 : n);
-}
-
 // Copies the source pixel that the tables name to every output pixel (three bytes each).
-void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
-                    const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride);
+void pxNearestImage(const ResizeJob &job);
 
 // Two-pass linear interpolation over a rolling pair of intermediate rows (bufferA, bufferB, each
 // of 3 * dstW + 12 samples).
-void pxLinearImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                   const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight, const uint16_t *xWeight,
-                   uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride, int32_t channels);
+void pxLinearImage(const ResizeJob &job);
 
 // Horizontal pass, three channels: out[3c+k] = (wr * q[k] + wl * p[k] + 128) >> 8, samples scaled by 64.
 void pxLinearRowC3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
@@ -56,16 +39,11 @@ struct LinearPasses {
 };
 
 // The rolling pair of rows of pxLinearImage with a level's passes; every level walks alike.
-void linearWalk(const LinearPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
-                int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const uint16_t *yWeight,
-                const uint16_t *xWeight, uint16_t *bufferA, uint16_t *bufferB, int32_t pixelStride,
-                int32_t channels);
+void linearWalk(const LinearPasses &passes, const ResizeJob &job);
 
-// Cubic interpolation over a ring of four intermediate rows of floats (rows[0] to rows[3], each
-// 3 * dstW + 12 floats).
-void pxCubicImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                  const int32_t *yIndex, const int32_t *xIndex, const float *yFraction, const float *xFraction,
-                  float *const rows[4], int32_t pixelStride, int32_t channels);
+// Cubic interpolation over a ring of four intermediate rows of floats (the job's rows[0] to
+// rows[3], each 3 * dstW + 12 floats).
+void pxCubicImage(const ResizeJob &job);
 
 // Horizontal cubic pass, three channels at pixelStride packed into out: the polynomial through the
 // pixels one before to two after xIndex, at the column's fraction.
@@ -77,8 +55,8 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
                     const float *r3);
 
 // The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
-void pxCubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
-                        const float *r3);
+void cubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
+                      const float *r3);
 
 // The two passes of cubic interpolation as one level has them.
 struct CubicPasses {
@@ -89,9 +67,7 @@ struct CubicPasses {
 };
 
 // The ring of four rows of pxCubicImage with a level's passes; every level walks alike.
-void cubicWalk(const CubicPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
-               int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yFraction,
-               const float *xFraction, float *const rows[4], int32_t pixelStride, int32_t channels);
+void cubicWalk(const CubicPasses &passes, const ResizeJob &job);
 
 // The three-lobed Lanczos kernel at steps of 0.01 from 0 to 3, and a 0 beyond.
 extern const float pxLanczosKernel[302];
@@ -100,14 +76,10 @@ extern const float pxLanczosKernel[302];
 // to sum 1.
 void pxResizeCoefficients(const float *fractions, int32_t count, float *coefficients, const float *kernel);
 
-// Lanczos interpolation over a ring of six intermediate rows of floats (buffers[0] to buffers[5],
-// each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows from the
-// rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
-void pxLanczosImage(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t dstW, int32_t dstH,
-                    const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
-                    const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY,
-                    int32_t colsLeft, int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride,
-                    int32_t channels);
+// Lanczos interpolation over a ring of six intermediate rows of floats (the job's rows[0] to
+// rows[5], each 3 * dstW + 12 floats). colsLeft and rowsLeft count the image's columns and rows
+// from the rectangle's origin; with rowsNotThinned the rows advance by at most one per output row.
+void pxLanczosImage(const ResizeJob &job);
 
 // Horizontal Lanczos pass, three channels at pixelStride packed into buffer; taps beyond the
 // image's own left or right edge weigh on the edge pixel.
@@ -118,7 +90,7 @@ void pxLanczosRow(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex
 void pxLanczosCombine(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
 
 // The same for three channels at a pixel stride of 4: the fourth byte keeps what it held.
-void pxLanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
+void lanczosCombineSkip(uint8_t *dst, int32_t dstW, const float *coefficients, const float *const rows[6]);
 
 // The two passes of Lanczos interpolation as one level has them.
 struct LanczosPasses {
@@ -128,10 +100,7 @@ struct LanczosPasses {
 };
 
 // The ring of six rows of pxLanczosImage with a level's passes; every level walks alike.
-void lanczosWalk(const LanczosPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
-                 int32_t dstW, int32_t dstH, const int32_t *yIndex, const int32_t *xIndex, const float *yCoefficients,
-                 const float *xCoefficients, float *const buffers[6], int32_t rectX, int32_t rectY, int32_t colsLeft,
-                 int32_t rowsLeft, int32_t rowsNotThinned, int32_t pixelStride, int32_t channels);
+void lanczosWalk(const LanczosPasses &passes, const ResizeJob &job);
 
 // Snaps a supersampling cell border that falls a hair short of a pixel border onto it, and is the
 // least weight or ratio fraction that counts.
@@ -179,18 +148,13 @@ void superFractionCells(float *line, int32_t span, int64_t blockX, double invX, 
 void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
 
-// pxSuperC3 with a level's passes. The line holds max(span, dstW) + 2 pixels of accumulators: the
+// superC3_ref with a level's passes. The line holds max(span, dstW) + 2 pixels of accumulators: the
 // pixel past the larger of the two reads as zero, and the last one is the vector forms' spare lane.
-PxStatus superEngine(const SuperPasses &passes, const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep,
-                     int32_t span, int32_t dstW, int32_t dstH, double invX, double invY, double area, SuperMode mode,
-                     int32_t pixelStride, int32_t rowsLeft);
+PxStatus superEngine(const SuperPasses &passes, const SuperJob &job);
 
 // The supersampling engine for 8-bit samples, three channels at pixelStride: every output pixel is
 // the mean of the source cell of invX by invY pixels it covers, over one line of span accumulators.
-// src is at the rectangle's origin; rowsLeft counts the image's rows from there. PxStsOk, or
-// PxStsNoMem with nothing written.
-PxStatus pxSuperC3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
-                   int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
-                   int32_t rowsLeft);
+// PxStsOk, or PxStsNoMem with nothing written.
+PxStatus superC3_ref(const SuperJob &job);
 
 }  // namespace px

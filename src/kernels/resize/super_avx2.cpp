@@ -28,43 +28,40 @@ template <typename Add> int32_t addGroups(const uint8_t *row, int32_t span, int3
     return p;
 }
 
-void superAddRowAvx2(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+void superAddRow_avx2(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m256i e) {
         auto *at = reinterpret_cast<__m256i *>(line + i);
         _mm256_storeu_si256(at, _mm256_add_epi32(_mm256_loadu_si256(at), e));
     });
-    superAddRowSsse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
+    superAddRow_ssse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
-void superAddRowFloatAvx2(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+void superAddRowFloat_avx2(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m256i e) {
         _mm256_storeu_ps(line + i, _mm256_add_ps(_mm256_loadu_ps(line + i), _mm256_cvtepi32_ps(e)));
     });
-    superAddRowFloatSsse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
+    superAddRowFloat_ssse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
 // Each product in double, rounded to float, then added.
-void superAddRowWeightedAvx2(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
+void superAddRowWeighted_avx2(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
     const __m256d w = _mm256_set1_pd(weight);
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m256i e) {
         const __m128 low = _mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(e)), w));
         const __m128 high = _mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(e, 1)), w));
         _mm256_storeu_ps(line + i, _mm256_add_ps(_mm256_loadu_ps(line + i), _mm256_setr_m128(low, high)));
     });
-    superAddRowWeightedSsse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride, weight);
+    superAddRowWeighted_ssse3(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride, weight);
 }
 
 }  // namespace
 
-PxStatus superC3Avx2(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
-                     int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
-                     int32_t rowsLeft) {
-    static constexpr SuperPasses kPasses = {superAddRowAvx2,           superAddRowFloatAvx2,
-                                            superAddRowWeightedAvx2,   superCollapseWholeSsse3,
-                                            superCollapseWholeFloatSsse3, superCollapseFractionSsse3,
-                                            superStoreSsse3,           superStoreFloatSsse3};
-    return superEngine(kPasses, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride,
-                       rowsLeft);
+PxStatus superC3_avx2(const SuperJob &job) {
+    static constexpr SuperPasses kPasses = {
+        superAddRow_avx2,         superAddRowFloat_avx2,         superAddRowWeighted_avx2,
+        superCollapseWhole_ssse3, superCollapseWholeFloat_ssse3, superCollapseFraction_ssse3,
+        superStore_ssse3,         superStoreFloat_ssse3};
+    return superEngine(kPasses, job);
 }
 
 }  // namespace px

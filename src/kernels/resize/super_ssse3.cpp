@@ -116,7 +116,7 @@ template <typename Add> int32_t addGroups(const uint8_t *row, int32_t span, int3
 
 }  // namespace
 
-void superAddRowSsse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+void superAddRow_ssse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
         auto *at = reinterpret_cast<__m128i *>(line + i);
         _mm_storeu_si128(at, _mm_add_epi32(_mm_loadu_si128(at), e));
@@ -124,14 +124,14 @@ void superAddRowSsse3(uint32_t *line, const uint8_t *row, int32_t span, int32_t 
     superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
-void superAddRowFloatSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
+void superAddRowFloat_ssse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
         _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), _mm_cvtepi32_ps(e)));
     });
     superAddRow(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride);
 }
 
-void superAddRowWeightedSsse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
+void superAddRowWeighted_ssse3(float *line, const uint8_t *row, int32_t span, int32_t pixelStride, double weight) {
     const __m128d w = _mm_set1_pd(weight);
     const int32_t p = addGroups(row, span, pixelStride, [&](int32_t i, __m128i e) {
         _mm_storeu_ps(line + i, _mm_add_ps(_mm_loadu_ps(line + i), scaled(_mm_cvtepi32_ps(e), w)));
@@ -139,10 +139,10 @@ void superAddRowWeightedSsse3(float *line, const uint8_t *row, int32_t span, int
     superAddRowWeighted(line + 3 * p, row + int64_t{p} * pixelStride, span - p, pixelStride, weight);
 }
 
-void superCollapseWholeSsse3(uint32_t *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
-void superCollapseWholeFloatSsse3(float *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
+void superCollapseWhole_ssse3(uint32_t *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
+void superCollapseWholeFloat_ssse3(float *line, int32_t span, int64_t blockX) { collapseWhole(line, span, blockX); }
 
-void superCollapseFractionSsse3(float *line, int32_t span, int64_t blockX, double invX) {
+void superCollapseFraction_ssse3(float *line, int32_t span, int64_t blockX, double invX) {
     // The three channels of a cell side by side, added in the plain pass's order.
     superFractionCells(line, span, blockX, invX, [](float *entries, const SuperCell &cell) {
         __m128 sum = _mm_setzero_ps();
@@ -153,22 +153,19 @@ void superCollapseFractionSsse3(float *line, int32_t span, int64_t blockX, doubl
     });
 }
 
-void superStoreSsse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area) {
+void superStore_ssse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area) {
     storeCells(dst, line, dstW, pixelStride, area);
 }
-void superStoreFloatSsse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area) {
+void superStoreFloat_ssse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area) {
     storeCells(dst, line, dstW, pixelStride, area);
 }
 
-PxStatus superC3Ssse3(const uint8_t *src, uint8_t *dst, int32_t srcStep, int32_t dstStep, int32_t span, int32_t dstW,
-                      int32_t dstH, double invX, double invY, double area, SuperMode mode, int32_t pixelStride,
-                      int32_t rowsLeft) {
-    static constexpr SuperPasses kPasses = {superAddRowSsse3,           superAddRowFloatSsse3,
-                                            superAddRowWeightedSsse3,   superCollapseWholeSsse3,
-                                            superCollapseWholeFloatSsse3, superCollapseFractionSsse3,
-                                            superStoreSsse3,            superStoreFloatSsse3};
-    return superEngine(kPasses, src, dst, srcStep, dstStep, span, dstW, dstH, invX, invY, area, mode, pixelStride,
-                       rowsLeft);
+PxStatus superC3_ssse3(const SuperJob &job) {
+    static constexpr SuperPasses kPasses = {
+        superAddRow_ssse3,        superAddRowFloat_ssse3,        superAddRowWeighted_ssse3,
+        superCollapseWhole_ssse3, superCollapseWholeFloat_ssse3, superCollapseFraction_ssse3,
+        superStore_ssse3,         superStoreFloat_ssse3};
+    return superEngine(kPasses, job);
 }
 
 }  // namespace px

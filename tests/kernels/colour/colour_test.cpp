@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "kernels/colour/levels.h"
+#include "level_scope.h"
 
 namespace {
+
+using kx::test::forEachLevel;
 
 constexpr uint8_t kSentinel = 0xEE;
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kernels/core/cpu_features.h"
+#include "level_scope.h"
 #include "kestrix/px.h"
 
 namespace {
@@ -102,7 +103,7 @@ TEST(LevelChoice, Runnable) {
 // On this processor: decideLevel's choice with the switch off (never 4), and pxSetLevel takes
 // exactly the levels the processor runs, leaving the level alone otherwise.
 TEST(LevelChoice, ThisProcessor) {
-    const int32_t before = pxGetLevel();
+    const kx::test::LevelScope scope;
     const PxStatus status = pxChooseLevel();
     uint64_t features = 0, tag = px::kQueryLeafTag;
     uint32_t leaf0[4] = {};
@@ -122,16 +123,13 @@ TEST(LevelChoice, ThisProcessor) {
         EXPECT_EQ(pxSetLevel(level), runs ? PxStsOk : PxStsBadSize) << level;
         EXPECT_EQ(pxGetLevel(), runs ? level : 0) << level;
     }
-    pxSetLevel(before);
 }
 
 // Every level the processor runs: a row-by-row copy, nothing around it touched, the same checks.
 TEST(CopyC1, EveryLevel) {
-    const int32_t before = pxGetLevel();
     std::vector<int32_t> widths = {95, 96, 97, 127, 128, 129, 352, 721};
     for (int32_t w = 1; w <= 67; ++w) widths.push_back(w);
-    for (int32_t level = 0; level <= 4; ++level) {
-        if (pxSetLevel(level) != PxStsOk) continue;
+    kx::test::forEachLevel(0, [&](int32_t level) {
         for (int32_t w : widths)
             for (int32_t pad : {0, 5}) {
                 const int32_t h = 3, srcStep = w + pad, dstStep = w + 2 * pad;
@@ -153,8 +151,7 @@ TEST(CopyC1, EveryLevel) {
                       row.status);
             for (int i = 0; i < 16; ++i) EXPECT_EQ(dst[i], i == 0 && row.status == PxStsOk ? 9 : 0xA5) << i;
         }
-    }
-    pxSetLevel(before);
+    });
 }
 
 }  // namespace

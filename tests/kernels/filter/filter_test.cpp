@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kestrix/px.h"
+#include "level_scope.h"
 
 namespace {
 
@@ -134,15 +135,10 @@ TEST(Filter, SumsAndDivision) {
     }
 }
 
-// Each level this processor runs, and then level 0 again.
+// Each level this processor runs, and then the level in force before.
 template <class Body>
 void atEveryLevel(Body body) {
-    for (int32_t level = 0; level <= 4; ++level) {
-        if (pxSetLevel(level) != PxStsOk) continue;
-        SCOPED_TRACE(testing::Message() << "level " << level);
-        body();
-    }
-    pxSetLevel(0);
+    kx::test::forEachLevel(0, [&](int32_t) { body(); });
 }
 
 // An 86x3 kernel of 32766 over 91x3 pixels of 255 but one of 5 at (85, 1), which every window of

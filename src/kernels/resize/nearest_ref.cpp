@@ -4,8 +4,10 @@
 
 namespace px {
 
-void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t dstW, int32_t dstH,
-                    const int32_t *yIndex, const int32_t *xIndex, int32_t pixelStride) {
+void pxNearestImage(const ResizeJob &job) {
+    const int32_t dstW = job.dstW, pixelStride = job.pixelStride;
+    const int32_t *xIndex = job.xIndex;
+    uint8_t *dst = job.dst;
     if (dstW < 1) return;
     // Packed output moves a pixel as four bytes where it can. Columns rise with the output, so the
     // source of every column left of the last column's source is followed by at least one whole
@@ -16,9 +18,9 @@ void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t d
     if (pixelStride == 3) {
         while (wide < dstW - 1 && xIndex[wide] < xIndex[dstW - 1]) ++wide;
     }
-    for (int32_t r = 0; r < dstH; ++r) {
+    for (int32_t r = 0; r < job.dstH; ++r) {
         // A row with the same source row as the one before is gathered again, not copied as a block.
-        const uint8_t *row = src + yIndex[r];
+        const uint8_t *row = job.src + job.yIndex[r];
         uint8_t *out = dst;
         int32_t c = 0;
         for (; c < wide; ++c) {
@@ -29,7 +31,7 @@ void pxNearestImage(const uint8_t *src, uint8_t *dst, int32_t dstStep, int32_t d
             std::memcpy(out, row + xIndex[c], 3);
             out += pixelStride;
         }
-        dst += dstStep;
+        dst += job.dstStep;
     }
 }
 

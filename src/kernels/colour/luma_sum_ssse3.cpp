@@ -3,13 +3,13 @@
 // floor(T / 1000) wherever T is not a multiple of 1000; at a multiple the double may fall a hair
 // short and truncate one lower. So: T by 16-bit multiply-adds, floor(T / 1000) by a float product
 // (off by at most one, and only beside a multiple, where the nearest integer is exact), and any
-// group of sixteen pixels with a multiple other than 0 in it goes to the plain rule. A test over all 2^24
-// pixels holds the two forms together.
+// group of sixteen pixels with a multiple other than 0 in it goes to the plain rule. A test over
+// all 2^24 pixels holds the two forms together.
 #include <tmmintrin.h>
 
-#include "exposure/luminance.h"
+#include "kernels/colour/luma_sum.h"
 
-namespace kx {
+namespace px {
 namespace {
 
 // T of the four pixels in the low twelve bytes of `bytes`: (b0, b1) pairs against (299, 578), and
@@ -23,7 +23,7 @@ inline __m128i weightedSums(__m128i bytes) {
 
 }  // namespace
 
-uint32_t lumaSumSsse3(const uint8_t *pixels, uint32_t count) {
+uint32_t lumaSum_ssse3(const uint8_t *pixels, uint32_t count) {
     const __m128 thousandth = _mm_set1_ps(0.001f);
     const __m128i thousand = _mm_set1_epi32(1000);
     const __m128i zero = _mm_setzero_si128();
@@ -49,14 +49,14 @@ uint32_t lumaSumSsse3(const uint8_t *pixels, uint32_t count) {
             multiples = _mm_or_si128(multiples, _mm_andnot_si128(_mm_cmpeq_epi32(sum, zero), atMultiple));
         }
         if (_mm_movemask_epi8(multiples)) {
-            plain += lumaSumPlain(p, 16);
+            plain += lumaSum_ref(p, 16);
         } else {
             sums = _mm_add_epi32(sums, group);
         }
     }
     sums = _mm_add_epi32(sums, _mm_shuffle_epi32(sums, 0x4E));
     sums = _mm_add_epi32(sums, _mm_shuffle_epi32(sums, 0xB1));
-    return static_cast<uint32_t>(_mm_cvtsi128_si32(sums)) + plain + lumaSumPlain(pixels + 3 * size_t{i}, count - i);
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(sums)) + plain + lumaSum_ref(pixels + 3 * size_t{i}, count - i);
 }
 
-}  // namespace kx
+}  // namespace px
