@@ -208,6 +208,10 @@ const std::vector<KernelRow> &kernelRows() {
         {"linear shrink", resizeRun(PxLinear, 0.55, 0.3)},
         {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
         {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},
+        // Shrinks whose groups of eight samples span more than sixteen source bytes (two loads) and
+        // more than thirty-two (the plain rule), with an inset rectangle.
+        {"linear shrink 2.4", resizeRun(PxLinear, 1.0 / 2.4, 0.5, 0, 1)},
+        {"linear shrink 4", resizeRun(PxLinear, 0.25, 0.7)},
         // The float filters may move a byte next to a half by one; their shares stay near 2e-5.
         {"cubic enlarge", resizeRun(PxCubic, 800.0 / 720.0, 600.0 / 576.0, 3), nullptr, 1, 0.001},
         {"cubic shrink", resizeRun(PxCubic, 0.55, 0.4, 9), nullptr, 1, 0.001},

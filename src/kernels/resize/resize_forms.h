@@ -11,17 +11,15 @@
 
 namespace px {
 
-// The plan of the SSSE3 row pass: for each group of four columns, whether one sixteen-byte load
-// holds all its pixels, and then the shuffles and weights that gather them.
-int32_t linearPlanBytes_ssse3(int32_t dstW);
-void linearMakePlan_ssse3(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride,
-                          void *plan);
+// The plan of the SSSE3 row pass, made once per call: how each group of eight samples is gathered.
+// Null when there is no memory for it or nothing to plan; give it back with pxFree.
+void *linearMakePlan_ssse3(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride);
 
-// Horizontal pass, four columns at a time (by the plan where it has one); the rest by the plain rule.
+// Horizontal pass, eight samples at a time by the plan; without one, and for the rest, the plain rule.
 void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
                          const uint16_t *xWeight, const void *plan, uint16_t *out);
 
-// Vertical pass, 32 samples at a time, then 8, then the plain rule.
+// Vertical pass in 16-bit lanes, 16 samples at a time, then 8, then the plain rule.
 void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
 
 // The rolling walk with these passes and the row pass's plan, made for the call and freed after it.
