@@ -10,7 +10,7 @@ kx_check_packages=("${kx_build_packages[@]}" libbenchmark-dev mingw-w64 g++-ming
 # scripts/demo: libpng for its pictures, Xvfb for painting without a display, ffmpeg for --input.
 kx_demo_packages=("${kx_build_packages[@]}" libpng-dev xvfb ffmpeg)
 # scripts/bench: the harness and the peers.
-kx_bench_packages=(libbenchmark-dev libopencv-dev libyuv-dev libxcb1-dev xvfb)
+kx_bench_packages=(libbenchmark-dev libopencv-dev libyuv-dev libswscale-dev libxcb1-dev xvfb)
 
 # kx_install_packages [--optional] package...: installs the missing ones as root with apt-get, its
 # output on stderr. Without root it stops the script, or with --optional only says what is missing.
