@@ -141,6 +141,7 @@ void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, 
     int32_t g = 0;
     for (int32_t e = 0;; ++e) {
         const Exception exception = exceptions[e];
+#pragma GCC unroll 4
         for (; g < exception.group; ++g)
             sample(_mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g])), pairs[g]),
                    g);
@@ -177,6 +178,7 @@ void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint
         return _mm_mulhrs_epi16(_mm_add_epi16(b, _mm_mulhi_epi16(_mm_add_epi16(d, d), twiceWeight)), round);
     };
     int32_t i = 0;
+#pragma GCC unroll 2
     for (; i + 16 <= count; i += 16)
         _mm_storeu_si128(reinterpret_cast<__m128i *>(out + i), _mm_packus_epi16(eight(i), eight(i + 8)));
     if (i + 8 <= count) {
