@@ -154,11 +154,13 @@ Run lumaSumRun(bool multiples) {
 }
 
 // The region of g at (KW - 1 - anchor.x, KH - 1 - anchor.y) of a source just large enough for the
-// window's reach, so that the last byte the window may read is the buffer's last.
-Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
+// window's reach, so that the last byte the window may read is the buffer's last. saturated: every
+// byte 0 or 255, so that sums reach the ends of their range.
+Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor, bool saturated = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const Rows src(3 * (g.width + kernelSize.width - 1), g.height + kernelSize.height - 1, g.pad, &random);
+        for (size_t i = 0; saturated && i < src.buffer.size(); ++i) src.data()[i] = uint8_t((src.data()[i] >> 7) * 255);
         const uint8_t *region = src.data() + (kernelSize.height - 1 - anchor.y) * src.step +
                                 3 * (kernelSize.width - 1 - anchor.x);
         const Rows dst(3 * g.width, g.height, g.pad, nullptr);
@@ -241,6 +243,18 @@ const std::vector<KernelRow> &kernelRows() {
         {"copy c1", copyRun()},
         // The smoothing kernel of the stretch exports: the shift rule by 4.
         {"filter 3x3 smoothing", filterRun({1, 2, 1, 2, 4, 2, 1, 2, 1}, {3, 3}, {1, 1}, 16)},
+        // 3x3 kernels of byte-sized coefficients whose magnitudes sum to at most 128 take 16-bit sums:
+        // at the bound, on saturated images, with every division rule (the shift by 8 and by 15 adds
+        // the half apart from the sum).
+        {"filter 3x3 sums16 plain", filterRun({10, -20, 30, -15, 25, -5, 8, -7, 8}, {3, 3}, {1, 1}, 1, true)},
+        {"filter 3x3 sums16 shift 8", filterRun({-128, 0, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {0, 2}, 256, true)},
+        {"filter 3x3 sums16 shift 15", filterRun({127, 1, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {2, 1}, 32768, true)},
+        {"filter 3x3 sums16 shift 3", filterRun({60, -30, 20, 10, -5, 3, 0, -64, 0}, {3, 3}, {1, 1}, 8)},
+        {"filter 3x3 sums16 divisor 7", filterRun({60, -30, 20, 10, -5, 3, 0, 0, 0}, {3, 3}, {1, 1}, 7, true)},
+        {"filter 3x3 sums16 divisor -3", filterRun({-6, 5, -4, 3, -2, 1, 0, 1, -2}, {3, 3}, {1, 1}, -3)},
+        // One magnitude past the bound, and a coefficient past a byte: the 32-bit sums.
+        {"filter 3x3 past sums16", filterRun({60, -30, 20, 10, -5, 3, 0, -1, 0}, {3, 3}, {1, 1}, 1 << 9, true)},
+        {"filter 3x3 wide coefficient", filterRun({128, 0, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {1, 1}, 128, true)},
         // Negative taps, so that sums fall below 0 and rise past 255 in every rule.
         {"filter 3x3 plain", filterRun(randomKernel(9, -40, 40, 3), {3, 3}, {2, 0}, 1)},
         {"filter 5x5 divisor 7", filterRun(randomKernel(25, -300, 500, 5), {5, 5}, {2, 2}, 7)},
