@@ -234,6 +234,11 @@ const std::vector<KernelRow> &kernelRows() {
         {"super fraction y", resizeRun(PxSuper, 0.25, 0.4, 9)},
         {"super fraction xy", resizeRun(PxSuper, 0.7, 0.45, 5)},
         {"super odd inset", resizeRun(PxSuper, 1.0 / 3.5, 0.4, 12, 1)},
+        // Whole cells of 3 by 3, 4 by 2 and 2 by 4 pixels, summed in registers straight from the rows;
+        // the inset one with a rectangle that leaves part of a cell over at its right and bottom.
+        {"super third", resizeRun(PxSuper, 1.0 / 3.0, 1.0 / 3.0, 6)},
+        {"super quarter by half", resizeRun(PxSuper, 0.25, 0.5, 3)},
+        {"super half by quarter inset", resizeRun(PxSuper, 0.5, 0.25, 11, 2)},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
         {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},

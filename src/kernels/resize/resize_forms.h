@@ -70,6 +70,11 @@ void superCollapseFraction_ssse3(float *line, int32_t span, int64_t blockX, doub
 void superStore_ssse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStoreFloat_ssse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
 
+// Whole cells of 2, 3 or 4 pixels across summed in 16-bit registers, straight from the rows, and
+// scaled by a multiply checked once per call against the store rule for every sum; false where a
+// cell is not whole and inside the image, the sums could pass 16 bits or no multiply fits.
+bool superIntegralCells_ssse3(const SuperJob &job);
+
 // The supersampling engines of levels 1 to 3 and of level 4.
 PxStatus superC3_ssse3(const SuperJob &job);
 PxStatus superC3_avx2(const SuperJob &job);

@@ -117,6 +117,9 @@ struct SuperPasses {
     void (*collapseFraction)(float *line, int32_t span, int64_t blockX, double invX);
     void (*storeWhole)(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
     void (*storeFloat)(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+    // SuperIntegral cells summed in registers with no line, or false for a job this form does not
+    // take (null: none does); run once the line has been had, so memory fails as it does otherwise.
+    bool (*integralCells)(const SuperJob &job);
 };
 
 // The plain passes. Full add: each element of span pixels added to its accumulator. Weighted add:
@@ -144,6 +147,8 @@ using SuperCellSum = void (*)(float *line, const SuperCell &cell);
 // entries further on are not read, and count as zero, which only a line shorter than one cell meets
 // in cell 0. Each cell is summed before the next one's entries are read.
 void superFractionCells(float *line, int32_t span, int64_t blockX, double invX, SuperCellSum sum);
+// One cell times area, rounded half up: the low 8 bits.
+uint8_t superStoreCell(double cell, double area);
 // dstW pixels of cell times area, rounded half up, of which the low 8 bits are stored.
 void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
