@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -56,8 +57,10 @@ std::vector<uint8_t> withStatus(PxStatus status, std::vector<uint8_t> bytes) {
 
 // extraRows makes the source taller than the geometry, for the filters that lower themselves on
 // small sources (cubic under 4 rows, Lanczos under 8); margin insets the rectangle on every side,
-// so that the taps reach past it into the image.
-Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0, int32_t margin = 0) {
+// so that the taps reach past it into the image; bottomUp walks the rows from the buffer's last,
+// with a negative step.
+Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0, int32_t margin = 0,
+              bool bottomUp = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const int32_t height = g.height + extraRows;
@@ -66,9 +69,9 @@ Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0
         // Room for the derived size and one more; what lies beyond it stays sentinel.
         const int32_t dw = int32_t(std::max(rect.width, 1) * fx) + 1, dh = int32_t(std::max(rect.height, 1) * fy) + 1;
         const Rows dst(3 * dw, dh, g.pad, nullptr);
-        const PxStatus status =
-            pxResizeC3(src.data(), {g.width, height}, src.step, rect, dst.data(), dst.step, {dw, dh}, fx, fy,
-                       interpolation);
+        const uint8_t *first = bottomUp ? src.data() + ptrdiff_t{src.step} * (height - 1) : src.data();
+        const PxStatus status = pxResizeC3(first, {g.width, height}, bottomUp ? -src.step : src.step, rect, dst.data(),
+                                           dst.step, {dw, dh}, fx, fy, interpolation);
         return withStatus(status, dst.bytes());
     };
 }
@@ -207,6 +210,7 @@ const std::vector<KernelRow> &kernelRows() {
         {"nearest shrink", resizeRun(PxNearest, 0.55, 0.4)},
         {"linear enlarge", resizeRun(PxLinear, 800.0 / 720.0, 600.0 / 576.0)},
         {"linear double", resizeRun(PxLinear, 2.0, 2.0)},
+        {"linear double bottom-up", resizeRun(PxLinear, 2.0, 2.5, 0, 0, true)},
         {"linear shrink", resizeRun(PxLinear, 0.55, 0.3)},
         {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
         {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},

@@ -35,7 +35,7 @@ void pxLinearBlend_avx2(uint8_t *dst, int32_t count, int32_t weight, const uint1
 }  // namespace
 
 void pxLinearImage_avx2(const ResizeJob &job) {
-    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_avx2, job);
+    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_avx2, nullptr, job);
 }
 
 }  // namespace px

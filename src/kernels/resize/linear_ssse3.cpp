@@ -66,17 +66,21 @@ bool makePlan(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int3
     // The rule reads every byte from the first column's left pixel to the last column's right one.
     const int64_t end = int64_t{xIndex[dstW - 1]} + pixelStride + 3;
     int32_t exceptionCount = 0;
+    int32_t c = 0, k = 0;  // the column and channel of the next sample
     for (int32_t g = 0; g < groups; ++g) {
         int64_t from[8], to[8];  // the bytes of each pair
-        int16_t twiceRight[8];
+        alignas(16) int16_t twiceRight[8];
         for (int32_t j = 0; j < 8; ++j) {
-            const int32_t s = 8 * g + j, c = s / 3;
             const int32_t wl = xWeight[2 * c], wr = xWeight[2 * c + 1];
             if (wl + wr != 16384) return false;
-            const int64_t left = int64_t{xIndex[c]} + s % 3;
+            const int64_t left = int64_t{xIndex[c]} + k;
             to[j] = left + pixelStride;
             from[j] = wr == 16384 ? to[j] : left;
             twiceRight[j] = static_cast<int16_t>(wr == 16384 ? 0 : 2 * wr);
+            if (++k == 3) {
+                k = 0;
+                ++c;
+            }
         }
         int64_t low = from[0], high = to[0];
         for (int32_t j = 1; j < 8; ++j) {
@@ -87,13 +91,19 @@ bool makePlan(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int3
         int32_t kind = 0;
         if (reach >= 16 || low + 16 > end) kind = reach < 32 && low + 32 <= end ? TwoLoads : ByRule;
         alignas(16) uint8_t first[16], second[16];
-        for (int32_t j = 0; j < 16; ++j) {
-            const int64_t at = (j % 2 ? to[j / 2] : from[j / 2]) - low;
-            first[j] = kind == ByRule || at >= 16 ? 0x80 : static_cast<uint8_t>(at);
-            second[j] = kind == ByRule || at < 16 ? 0x80 : static_cast<uint8_t>(at - 16);
+        for (int32_t j = 0; j < 8; ++j) {
+            first[2 * j] = static_cast<uint8_t>(from[j] - low);
+            first[2 * j + 1] = static_cast<uint8_t>(to[j] - low);
+        }
+        if (kind != 0) {
+            for (int32_t j = 0; j < 16; ++j) {
+                const int64_t at = (j % 2 ? to[j / 2] : from[j / 2]) - low;
+                first[j] = kind == ByRule || at >= 16 ? 0x80 : static_cast<uint8_t>(at);
+                second[j] = kind == ByRule || at < 16 ? 0x80 : static_cast<uint8_t>(at - 16);
+            }
         }
         pairs[g] = _mm_load_si128(reinterpret_cast<const __m128i *>(first));
-        weights[g] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(twiceRight));
+        weights[g] = _mm_load_si128(reinterpret_cast<const __m128i *>(twiceRight));
         offsets[g] = static_cast<int32_t>(low);
         if (kind != 0) {
             secondPairs[exceptionCount] = _mm_load_si128(reinterpret_cast<const __m128i *>(second));
@@ -189,15 +199,53 @@ void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint
     if (i < count) pxLinearBlend(dst + i, count - i, weight, upper + i, lower + i);
 }
 
-void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, const ResizeJob &job) {
+void pxLinearBlendTwo_ssse3(uint8_t *first, uint8_t *second, int32_t count, int32_t firstWeight, int32_t secondWeight,
+                            const uint16_t *upper, const uint16_t *lower) {
+    // The upper row is the base of both: (u + floor(d * w / 16384) + 32) >> 6 with d = l - u is the
+    // rule for every w up to 16383 (2w must fit a lane), so the difference serves both rows.
+    if (firstWeight > 16383 || secondWeight > 16383) {
+        pxLinearBlend_ssse3(first, count, firstWeight, upper, lower);
+        pxLinearBlend_ssse3(second, count, secondWeight, upper, lower);
+        return;
+    }
+    const __m128i w1 = _mm_set1_epi16(static_cast<int16_t>(2 * firstWeight));
+    const __m128i w2 = _mm_set1_epi16(static_cast<int16_t>(2 * secondWeight));
+    const __m128i round = _mm_set1_epi16(512);
+    const uint16_t *__restrict u = upper;
+    const uint16_t *__restrict l = lower;
+    uint8_t *__restrict out1 = first;
+    uint8_t *__restrict out2 = second;
+    int32_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const __m128i u0 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(u + i));
+        const __m128i u8 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(u + i + 8));
+        __m128i d0 = _mm_sub_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(l + i)), u0);
+        __m128i d8 = _mm_sub_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(l + i + 8)), u8);
+        d0 = _mm_add_epi16(d0, d0);
+        d8 = _mm_add_epi16(d8, d8);
+        const auto row = [&](__m128i w) {
+            return _mm_packus_epi16(_mm_mulhrs_epi16(_mm_add_epi16(u0, _mm_mulhi_epi16(d0, w)), round),
+                                    _mm_mulhrs_epi16(_mm_add_epi16(u8, _mm_mulhi_epi16(d8, w)), round));
+        };
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out1 + i), row(w1));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out2 + i), row(w2));
+    }
+    if (i < count) {
+        pxLinearBlend_ssse3(first + i, count - i, firstWeight, upper + i, lower + i);
+        pxLinearBlend_ssse3(second + i, count - i, secondWeight, upper + i, lower + i);
+    }
+}
+
+void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, LinearBlendTwoPass blendTwo,
+                               const ResizeJob &job) {
     // Without memory for the plan the rows take the plain rule: slower, same bytes.
     void *plan = linearMakePlan_ssse3(job.xIndex, job.xWeight, job.dstW, job.pixelStride);
-    linearWalk({row, blend, plan}, job);
+    linearWalk({row, blend, plan, blendTwo}, job);
     pxFree(plan);
 }
 
 void pxLinearImage_ssse3(const ResizeJob &job) {
-    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_ssse3, job);
+    linearImageWithPlan_ssse3(pxLinearRowC3_ssse3, pxLinearBlend_ssse3, pxLinearBlendTwo_ssse3, job);
 }
 
 }  // namespace px

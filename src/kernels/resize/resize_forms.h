@@ -22,8 +22,13 @@ void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, 
 // Vertical pass in 16-bit lanes, 16 samples at a time, then 8, then the plain rule.
 void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
 
+// Two output rows of the same pair, 16 samples at a time: one difference for both.
+void pxLinearBlendTwo_ssse3(uint8_t *first, uint8_t *second, int32_t count, int32_t firstWeight, int32_t secondWeight,
+                            const uint16_t *upper, const uint16_t *lower);
+
 // The rolling walk with these passes and the row pass's plan, made for the call and freed after it.
-void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, const ResizeJob &job);
+void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, LinearBlendTwoPass blendTwo,
+                               const ResizeJob &job);
 
 // The linear image functions of levels 1 to 3 and of level 4.
 void pxLinearImage_ssse3(const ResizeJob &job);

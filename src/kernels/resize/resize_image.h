@@ -32,10 +32,14 @@ using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelSt
                                const uint16_t *xWeight, const void *plan, uint16_t *out);
 using LinearBlendPass = void (*)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper,
                                  const uint16_t *lower);
+// Two output rows of the same pair at once (enlarging), with their weights; null if a level has none.
+using LinearBlendTwoPass = void (*)(uint8_t *first, uint8_t *second, int32_t count, int32_t firstWeight,
+                                    int32_t secondWeight, const uint16_t *upper, const uint16_t *lower);
 struct LinearPasses {
     LinearRowPass row;
     LinearBlendPass blend;
     const void *plan;
+    LinearBlendTwoPass blendTwo = nullptr;
 };
 
 // The rolling pair of rows of pxLinearImage with a level's passes; every level walks alike.
