@@ -1,6 +1,7 @@
-// Levels 1 to 3 of cubic interpolation. The vector passes group the Newton sum as
-// a + d1 * s + (d2 * h + d3 * c), take c with the float nearest 1/3 instead of dividing by 3, and
-// round in float; so a byte may move by one where its value falls next to a half.
+// Levels 1 to 3 of cubic interpolation. The row pass groups the Newton sum as
+// a + d1 * s + (d2 * h + d3 * c) and takes c with the float nearest 1/3 instead of dividing by 3; the
+// vertical pass weighs the four rows by the Lagrange form of the same cubic; both round in float,
+// so a byte may move by one where its value falls next to a half.
 #include <tmmintrin.h>
 
 #include <cstring>
@@ -60,15 +61,25 @@ inline void storeColumn(float *out, __m128 v, bool last) {
     _mm_store_ss(out + 2, _mm_movehl_ps(v, v));
 }
 
+// The vertical pass as the Lagrange form of the same cubic through the rows at -1, 0, 1 and 2: one
+// weight per row, worked out in double once per output row and rounded to float.
+struct RowWeights {
+    __m128 a, b, d, e;
+    explicit RowWeights(float fraction) {
+        const double t = fraction;
+        a = _mm_set1_ps(static_cast<float>(-t * (t - 1.0) * (t - 2.0) / 6.0));
+        b = _mm_set1_ps(static_cast<float>((t + 1.0) * (t - 1.0) * (t - 2.0) / 2.0));
+        d = _mm_set1_ps(static_cast<float>(-(t + 1.0) * t * (t - 2.0) / 2.0));
+        e = _mm_set1_ps(static_cast<float>((t + 1.0) * t * (t - 1.0) / 6.0));
+    }
+};
+
 // Four samples of the vertical pass at i.
-inline __m128 combineFour(int32_t i, const Weights &w, const float *r0, const float *r1, const float *r2,
+inline __m128 combineFour(int32_t i, const RowWeights &w, const float *r0, const float *r1, const float *r2,
                           const float *r3) {
-    const __m128 a = _mm_loadu_ps(r0 + i), b = _mm_loadu_ps(r1 + i), d = _mm_loadu_ps(r2 + i),
-                 e = _mm_loadu_ps(r3 + i);
-    const __m128 d1 = _mm_sub_ps(b, a);
-    const __m128 d2 = _mm_sub_ps(_mm_sub_ps(d, d1), b);
-    const __m128 d3 = _mm_add_ps(_mm_sub_ps(_mm_sub_ps(_mm_sub_ps(e, d2), d), d), b);
-    return _mm_add_ps(_mm_add_ps(a, _mm_mul_ps(d1, w.s)), _mm_add_ps(_mm_mul_ps(d2, w.h), _mm_mul_ps(d3, w.c)));
+    const __m128 ab = _mm_add_ps(_mm_mul_ps(_mm_loadu_ps(r0 + i), w.a), _mm_mul_ps(_mm_loadu_ps(r1 + i), w.b));
+    const __m128 de = _mm_add_ps(_mm_mul_ps(_mm_loadu_ps(r2 + i), w.d), _mm_mul_ps(_mm_loadu_ps(r3 + i), w.e));
+    return _mm_add_ps(ab, de);
 }
 
 // value + 0.5000001 in float, truncated; the packs saturate through 16 bits to 0 to 255.
@@ -96,7 +107,7 @@ void pxCubicRow_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, con
 
 void pxCubicCombine_ssse3(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
                           const float *r3) {
-    const Weights w = weightsOf(_mm_set1_ps(t));
+    const RowWeights w(t);
     int32_t i = 0;
     for (; i + 8 <= count; i += 8) {
         const __m128i words = _mm_packs_epi32(roundFour(combineFour(i, w, r0, r1, r2, r3)),

@@ -59,6 +59,11 @@ void pxNearestImage_ssse3(const ResizeJob &job) {
         offsets[g] = xIndex[c];
         if (!shuffled) exceptions[exceptionCount++] = g;
     }
+    // Where most groups spread wider than a load (shrinking), the plain form's four-byte copies win.
+    if (2 * exceptionCount > groups) {
+        pxFree(block);
+        return pxNearestImage(job);
+    }
     exceptions[exceptionCount] = groups;
     const NearestPlan plan{groups, gathers, offsets, exceptions};
 
