@@ -62,12 +62,15 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 void cubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                       const float *r3);
 
-// The two passes of cubic interpolation as one level has them.
+// The two passes of cubic interpolation as one level has them. A level may work out once per call
+// how it gathers the columns (plan); with one, its planned row pass takes the place of row.
 struct CubicPasses {
     void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const float *xFraction,
                 float *out);
     void (*combine)(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
                     const float *r3);
+    void (*planned)(const uint8_t *row, const void *plan, float *out) = nullptr;
+    const void *plan = nullptr;
 };
 
 // The ring of four rows of pxCubicImage with a level's passes; every level walks alike.
