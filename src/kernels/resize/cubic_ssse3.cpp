@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "kernels/resize/resize_forms.h"
+#include "kernels/resize/planned_groups.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -215,32 +216,28 @@ void cubicRowPlanned(const uint8_t *row, const void *planBlock, float *out) {
     const __m128i *__restrict shuffles = plan.shuffles;
     const __m128 *__restrict weights = plan.weights;
     float *__restrict samples = out;
-    int32_t g = 0;
-    for (int32_t e = 0;; ++e) {
-        const int32_t stop = plan.exceptions[e];
-        for (; g < stop; ++g) {
-            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g]));
-            const __m128i *tap = shuffles + 4 * patterns[g];
-            const __m128 a = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[0]));
-            const __m128 b = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[1]));
-            const __m128 d = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[2]));
-            const __m128 e4 = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[3]));
-            const __m128 d1 = _mm_sub_ps(b, a);
-            const __m128 f = _mm_sub_ps(d, b);
-            const __m128 d2 = _mm_sub_ps(f, d1);
-            const __m128 d3 = _mm_sub_ps(_mm_add_ps(_mm_sub_ps(_mm_setzero_ps(), _mm_add_ps(f, d)), e4), d2);
-            const __m128 *w = weights + 3 * g;
-            _mm_storeu_ps(samples + 4 * g,
-                          _mm_add_ps(_mm_add_ps(_mm_add_ps(a, _mm_mul_ps(d1, w[0])), _mm_mul_ps(d2, w[1])),
-                                     _mm_mul_ps(d3, w[2])));
-        }
-        if (e == plan.exceptionCount) break;
+    const auto common = [&](int32_t g) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g]));
+        const __m128i *tap = shuffles + 4 * patterns[g];
+        const __m128 a = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[0]));
+        const __m128 b = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[1]));
+        const __m128 d = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[2]));
+        const __m128 e = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[3]));
+        const __m128 d1 = _mm_sub_ps(b, a);
+        const __m128 f = _mm_sub_ps(d, b);
+        const __m128 d2 = _mm_sub_ps(f, d1);
+        const __m128 d3 = _mm_sub_ps(_mm_add_ps(_mm_sub_ps(_mm_setzero_ps(), _mm_add_ps(f, d)), e), d2);
+        const __m128 *w = weights + 3 * g;
+        _mm_storeu_ps(samples + 4 * g, _mm_add_ps(_mm_add_ps(_mm_add_ps(a, _mm_mul_ps(d1, w[0])), _mm_mul_ps(d2, w[1])),
+                                                  _mm_mul_ps(d3, w[2])));
+    };
+    const auto listed = [&](int32_t g, int32_t) {
         // The group's columns by the plain pass, whose floats these are; its neighbours' samples are
         // written again, alike.
         const int32_t c = 4 * g / 3, last = (4 * g + 3) / 3;
         pxCubicRow(row, last - c + 1, 3, plan.xIndex + c, plan.xFraction + c, samples + 3 * c);
-        ++g;
-    }
+    };
+    runPlannedGroups(plan.exceptionCount, [&](int32_t e) { return plan.exceptions[e]; }, common, listed);
     const int32_t c = 4 * plan.groups / 3;
     if (c < plan.dstW) pxCubicRow(row, plan.dstW - c, 3, plan.xIndex + c, plan.xFraction + c, samples + 3 * c);
 }

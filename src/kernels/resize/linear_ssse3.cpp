@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "kernels/resize/resize_forms.h"
+#include "kernels/resize/planned_groups.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -148,28 +149,24 @@ void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, 
         _mm_storeu_si128(reinterpret_cast<__m128i *>(samples + 8 * g),
                          _mm_add_epi16(_mm_maddubs_epi16(pq, sixtyFourP), d));
     };
-    int32_t g = 0;
-    for (int32_t e = 0;; ++e) {
-        const Exception exception = exceptions[e];
-#pragma GCC unroll 4
-        for (; g < exception.group; ++g)
-            sample(_mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g])), pairs[g]),
-                   g);
-        if (e == p.exceptionCount) break;
-        if (exception.kind == TwoLoads) {
+    const auto common = [&](int32_t g) {
+        sample(_mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g])), pairs[g]), g);
+    };
+    const auto listed = [&](int32_t g, int32_t e) {
+        if (exceptions[e].kind == TwoLoads) {
             const uint8_t *at = row + offsets[g];
             sample(_mm_or_si128(_mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at)), pairs[g]),
                                 _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(at + 16)),
                                                  p.secondPairs[e])),
                    g);
-        } else {
-            // Spread too wide, or too near the row's end: the columns of the group by the rule (a
-            // neighbour's samples are written again with the same values).
-            const int32_t c = 8 * g / 3, last = (8 * g + 7) / 3;
-            pxLinearRowC3(row, last - c + 1, pixelStride, xIndex + c, xWeight + 2 * c, samples + 3 * c);
+            return;
         }
-        ++g;
-    }
+        // Spread too wide, or too near the row's end: the columns of the group by the rule (a
+        // neighbour's samples are written again with the same values).
+        const int32_t c = 8 * g / 3, last = (8 * g + 7) / 3;
+        pxLinearRowC3(row, last - c + 1, pixelStride, xIndex + c, xWeight + 2 * c, samples + 3 * c);
+    };
+    runPlannedGroups(p.exceptionCount, [&](int32_t e) { return exceptions[e].group; }, common, listed);
     // The samples after the last whole group, from the column that holds the first of them.
     const int32_t c = 8 * p.groups / 3;
     if (c < dstW) pxLinearRowC3(row, dstW - c, pixelStride, xIndex + c, xWeight + 2 * c, samples + 3 * c);

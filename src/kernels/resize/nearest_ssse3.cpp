@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "kernels/resize/resize_forms.h"
+#include "kernels/resize/planned_groups.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -76,20 +77,17 @@ void pxNearestImage_ssse3(const ResizeJob &job) {
         const __m128i *__restrict gather = plan.gathers;
         const int32_t *__restrict offset = plan.offsets;
         uint8_t *__restrict out = dst;
-        int32_t g = 0;
-        for (int32_t e = 0;; ++e) {
-            const int32_t stop = plan.exceptions[e];
-            // The sixteenth byte stored is the next group's first, which that group writes again.
-#pragma GCC unroll 4
-            for (; g < stop; ++g)
-                _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * kGroup * g),
-                                 _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offset[g])),
-                                                  gather[g]));
-            if (stop == plan.groups) break;
+        // The sixteenth byte stored is the next group's first, which that group writes again.
+        const auto common = [&](int32_t g) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * kGroup * g),
+                             _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offset[g])),
+                                              gather[g]));
+        };
+        const auto listed = [&](int32_t g, int32_t) {
             for (int32_t j = 0; j < kGroup; ++j)
                 std::memcpy(out + 3 * (kGroup * g + j), row + xIndex[kGroup * g + j], 3);
-            ++g;
-        }
+        };
+        runPlannedGroups(exceptionCount, [&](int32_t e) { return plan.exceptions[e]; }, common, listed);
         for (int32_t c = done; c < dstW; ++c) std::memcpy(out + 3 * c, row + xIndex[c], 3);
     }
     pxFree(block);
