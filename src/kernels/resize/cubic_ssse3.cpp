@@ -134,40 +134,22 @@ namespace {
 // taps, gathered by a byte shuffle per tap from one load; the lanes then do the plain pass's
 // arithmetic in its order, so the floats are level 0's. The shuffles depend only on how the
 // group's columns and channels fall, which a few patterns cover; the plan keeps those once.
-constexpr int32_t kMaxPatterns = 32;
-
 struct CubicPlan {
-    int32_t groups, exceptionCount, dstW;
+    LanePlan lanes;  // taps a, b, d and e; s, h and c of each lane
+    int32_t dstW;
     const int32_t *xIndex;
     const float *xFraction;
-    const int32_t *offsets;     // per group: the load's offset in the row
-    const int32_t *patterns;    // per group: its shuffles
-    const __m128i *shuffles;    // per pattern: taps a, b, d and e
-    const __m128 *weights;      // per group: s, h and c of its lanes
-    const int32_t *exceptions;  // the groups one load does not serve, in order, then the group count
 };
-
-constexpr size_t roundUp16(size_t bytes) { return (bytes + 15) & ~size_t{15}; }
 
 void *makeCubicPlan(const ResizeJob &job) {
     const int32_t dstW = job.dstW;
-    const int64_t groups64 = int64_t{dstW} * 3 / 4;
-    if (job.pixelStride != 3 || groups64 < 1 || groups64 > (INT32_MAX >> 7)) return nullptr;
-    const auto groups = static_cast<size_t>(groups64);
-    const size_t bytes = roundUp16(sizeof(CubicPlan)) + kMaxPatterns * 4 * sizeof(__m128i) +
-                         3 * groups * sizeof(__m128) + roundUp16(groups * sizeof(int32_t)) * 2 +
-                         (groups + 1) * sizeof(int32_t);
-    auto *block = static_cast<uint8_t *>(pxAlloc(static_cast<int32_t>(bytes)));
-    if (!block) return nullptr;
-    auto *shuffles = reinterpret_cast<__m128i *>(block + roundUp16(sizeof(CubicPlan)));
-    auto *weights = reinterpret_cast<__m128 *>(shuffles + 4 * kMaxPatterns);
-    auto *offsets = reinterpret_cast<int32_t *>(weights + 3 * groups);
-    auto *patterns = reinterpret_cast<int32_t *>(reinterpret_cast<uint8_t *>(offsets) + roundUp16(groups * 4));
-    auto *exceptions = reinterpret_cast<int32_t *>(reinterpret_cast<uint8_t *>(patterns) + roundUp16(groups * 4));
+    const LanePlanBlock at(job, sizeof(CubicPlan), 3, 4);
+    if (!at.block) return nullptr;
+    const size_t groups = at.groups;
+    auto *weights = reinterpret_cast<__m128 *>(at.block + at.weightsAt);
+    LaneTables tables(at.block + at.tablesAt, groups, 4);
     // The plain pass reads up to two pixels after the last column's entry.
     const int64_t end = int64_t{job.xIndex[dstW - 1]} + 9;
-    uint32_t keys[kMaxPatterns];
-    int32_t patternCount = 0, exceptionCount = 0;
     for (size_t g = 0; g < groups; ++g) {
         int64_t first[4];  // tap a of each lane; b, d and e follow three bytes apart
         alignas(16) float s[4], h[4], c[4];
@@ -180,45 +162,21 @@ void *makeCubicPlan(const ResizeJob &job) {
             h[lane] = (0.5f * t) * s[lane];
             c[lane] = ((t - 1.0f) * h[lane]) / 3.0f;
         }
-        const int64_t low = std::min(std::min(first[0], first[1]), std::min(first[2], first[3]));
-        const int64_t high = std::max(std::max(first[0], first[1]), std::max(first[2], first[3])) + 9;
-        uint32_t key = 0;
-        for (int32_t lane = 0; lane < 4; ++lane) key |= static_cast<uint32_t>(first[lane] - low) << (8 * lane);
-        int32_t pattern = 0;
-        while (pattern < patternCount && keys[pattern] != key) ++pattern;
-        const bool fits = high - low < 16 && low + 16 <= end;
-        if (fits && pattern == patternCount && patternCount < kMaxPatterns) {
-            keys[patternCount++] = key;
-            for (int32_t tap = 0; tap < 4; ++tap) {
-                alignas(16) int8_t lanes[16];
-                for (int32_t b = 0; b < 16; ++b)
-                    lanes[b] = b % 4 ? int8_t{-128} : static_cast<int8_t>(first[b / 4] - low + 3 * tap);
-                shuffles[4 * pattern + tap] = _mm_load_si128(reinterpret_cast<const __m128i *>(lanes));
-            }
-        }
-        offsets[g] = static_cast<int32_t>(low);
-        patterns[g] = pattern;
         weights[3 * g] = _mm_load_ps(s);
         weights[3 * g + 1] = _mm_load_ps(h);
         weights[3 * g + 2] = _mm_load_ps(c);
-        if (!fits || pattern == patternCount) exceptions[exceptionCount++] = static_cast<int32_t>(g);
+        tables.place(static_cast<int32_t>(g), first, true, 16, end);
     }
-    exceptions[exceptionCount] = static_cast<int32_t>(groups);
-    *reinterpret_cast<CubicPlan *>(block) = {static_cast<int32_t>(groups), exceptionCount, dstW, job.xIndex,
-                                             job.xFraction, offsets, patterns, shuffles, weights, exceptions};
-    return block;
+    *reinterpret_cast<CubicPlan *>(at.block) = {closeLanes(tables, weights, 3, groups), dstW, job.xIndex,
+                                                job.xFraction};
+    return at.block;
 }
 
 void cubicRowPlanned(const uint8_t *row, const void *planBlock, float *out) {
     const CubicPlan &plan = *static_cast<const CubicPlan *>(planBlock);
-    const int32_t *__restrict offsets = plan.offsets;
-    const int32_t *__restrict patterns = plan.patterns;
-    const __m128i *__restrict shuffles = plan.shuffles;
-    const __m128 *__restrict weights = plan.weights;
     float *__restrict samples = out;
-    const auto common = [&](int32_t g) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + offsets[g]));
-        const __m128i *tap = shuffles + 4 * patterns[g];
+    const auto common = [&](const uint8_t *at, const __m128i *tap, const __m128 *w, int32_t g) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
         const __m128 a = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[0]));
         const __m128 b = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[1]));
         const __m128 d = _mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[2]));
@@ -227,18 +185,17 @@ void cubicRowPlanned(const uint8_t *row, const void *planBlock, float *out) {
         const __m128 f = _mm_sub_ps(d, b);
         const __m128 d2 = _mm_sub_ps(f, d1);
         const __m128 d3 = _mm_sub_ps(_mm_add_ps(_mm_sub_ps(_mm_setzero_ps(), _mm_add_ps(f, d)), e), d2);
-        const __m128 *w = weights + 3 * g;
         _mm_storeu_ps(samples + 4 * g, _mm_add_ps(_mm_add_ps(_mm_add_ps(a, _mm_mul_ps(d1, w[0])), _mm_mul_ps(d2, w[1])),
                                                   _mm_mul_ps(d3, w[2])));
     };
-    const auto listed = [&](int32_t g, int32_t) {
+    const auto listed = [&](int32_t g) {
         // The group's columns by the plain pass, whose floats these are; its neighbours' samples are
         // written again, alike.
         const int32_t c = 4 * g / 3, last = (4 * g + 3) / 3;
         pxCubicRow(row, last - c + 1, 3, plan.xIndex + c, plan.xFraction + c, samples + 3 * c);
     };
-    runPlannedGroups(plan.exceptionCount, [&](int32_t e) { return plan.exceptions[e]; }, common, listed);
-    const int32_t c = 4 * plan.groups / 3;
+    runLanes(plan.lanes, row, common, listed);
+    const int32_t c = 4 * plan.lanes.groups / 3;
     if (c < plan.dstW) pxCubicRow(row, plan.dstW - c, 3, plan.xIndex + c, plan.xFraction + c, samples + 3 * c);
 }
 

@@ -25,8 +25,6 @@ struct NearestPlan {
     const int32_t *exceptions;
 };
 
-constexpr size_t roundUp16(size_t bytes) { return (bytes + 15) & ~size_t{15}; }
-
 }  // namespace
 
 void pxNearestImage_ssse3(const ResizeJob &job) {

@@ -104,6 +104,9 @@ struct LanczosPasses {
     void (*row)(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
                 float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
     void (*combine)(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+    // As for cubic: with a plan, the planned row pass takes the place of row.
+    void (*planned)(const uint8_t *row, const void *plan, float *out) = nullptr;
+    const void *plan = nullptr;
 };
 
 // The ring of six rows of pxLanczosImage with a level's passes; every level walks alike.
