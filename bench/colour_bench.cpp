@@ -1,12 +1,14 @@
-// pxRgbToYuv420 and pxYuv420ToRgb on each frame size, beside libyuv's RGB24ToI420 and I420ToRGB24
-// and OpenCV's cvtColor to and from I420, and a memcpy of the bytes written. Kestrix leaves out
-// an odd last column or row, so the peers get the even part: the same work.
+// pxRgbToYuv420 and pxYuv420ToRgb on each frame size, beside libyuv's RGB24ToI420 and I420ToRGB24,
+// OpenCV's cvtColor to and from I420 and swscale's BGR24 to and from YUV420P, and a memcpy of the
+// bytes written. Kestrix leaves out an odd last column or row, so the peers get the even part: the
+// same work.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "bench_cases.h"
 #include "kestrix/px.h"
+#include "swscale_peer.h"
 
 #if defined(KX_BENCH_LIBYUV)
 #include <libyuv/convert.h>
@@ -104,6 +106,37 @@ void opencvYuvToRgb(benchmark::State &state, PxSize size) {
 }
 #endif
 
+#if defined(KX_BENCH_SWSCALE)
+// BGR24 to and from YUV420P at the same size: a conversion, no scaling.
+void swscaleRgbToYuv(benchmark::State &state, PxSize size) {
+    const std::vector<uint8_t> &rgb = randomBytes(bytesC3(size));
+    Planes planes(size);
+    SwsImage from, to;
+    from.planes[0] = rgb.data();
+    from.steps[0] = 3 * size.width;
+    for (int p = 0; p < 3; ++p) {
+        to.planes[p] = planes.pointers[p];
+        to.steps[p] = planes.steps[p];
+    }
+    swscaleCalls(state, planes.even, AV_PIX_FMT_BGR24, from, planes.even, AV_PIX_FMT_YUV420P, to, SWS_POINT,
+                 planes.written());
+}
+
+void swscaleYuvToRgb(benchmark::State &state, PxSize size) {
+    const Planes planes(size);
+    std::vector<uint8_t> rgb(bytesC3(size));
+    SwsImage from, to;
+    for (int p = 0; p < 3; ++p) {
+        from.planes[p] = planes.pointers[p];
+        from.steps[p] = planes.steps[p];
+    }
+    to.planes[0] = rgb.data();
+    to.steps[0] = 3 * size.width;
+    swscaleCalls(state, planes.even, AV_PIX_FMT_YUV420P, from, planes.even, AV_PIX_FMT_BGR24, to, SWS_POINT,
+                 bytesC3(planes.even));
+}
+#endif
+
 template <class Run> auto at(PxSize size, Run run) {
     return [=](benchmark::State &state) { run(state, size); };
 }
@@ -121,6 +154,10 @@ template <class Run> auto at(PxSize size, Run run) {
 #if defined(KX_BENCH_OPENCV)
         add(toYuv + "/opencv", at(size, opencvRgbToYuv));
         add(toRgb + "/opencv", at(size, opencvYuvToRgb));
+#endif
+#if defined(KX_BENCH_SWSCALE)
+        add(toYuv + "/swscale", at(size, swscaleRgbToYuv));
+        add(toRgb + "/swscale", at(size, swscaleYuvToRgb));
 #endif
         addMemcpy(toYuv, size_t(even.width) * even.height * 3 / 2);
         addMemcpy(toRgb, bytesC3(even));

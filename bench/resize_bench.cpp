@@ -1,13 +1,15 @@
 // pxResizeC3: nearest and linear on camera frames scaled to the painting window, beside libyuv's
 // RGBScale and OpenCV's cv::resize doing the same scaling; cubic and Lanczos beside cv::resize's
 // filters of the same name, and supersampling beside its INTER_AREA and libyuv's box filter on the
-// three planes. A memcpy of the output bytes sits beside each case.
+// three planes. swscale's filter of each kind (for linear, also its fast bilinear) and a memcpy of
+// the output bytes sit beside each case.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "bench_cases.h"
 #include "kestrix/px.h"
+#include "swscale_peer.h"
 
 #if defined(KX_BENCH_LIBYUV)
 #include <libyuv/scale.h>
@@ -76,6 +78,36 @@ void opencvResize(benchmark::State &state, Scaling s, int interpolation) {
 }
 #endif
 
+#if defined(KX_BENCH_SWSCALE)
+void swscaleResize(benchmark::State &state, Scaling s, int flags) {
+    const std::vector<uint8_t> &src = randomBytes(bytesC3(s.from));
+    std::vector<uint8_t> dst(bytesC3(s.to));
+    SwsImage from, to;
+    from.planes[0] = src.data();
+    from.steps[0] = 3 * s.from.width;
+    to.planes[0] = dst.data();
+    to.steps[0] = 3 * s.to.width;
+    swscaleCalls(state, s.from, AV_PIX_FMT_BGR24, from, s.to, AV_PIX_FMT_BGR24, to, flags, dst.size());
+}
+
+// swscale's filters for each interpolation; linear has its exact and its fast bilinear.
+void addSwscale(const std::string &group, Scaling s, int32_t interpolation) {
+    const auto at = [=](int flags) { return [=](benchmark::State &state) { swscaleResize(state, s, flags); }; };
+    switch (interpolation) {
+        case PxNearest: add(group + "/swscale", at(SWS_POINT)); break;
+        case PxLinear:
+            add(group + "/swscale", at(SWS_BILINEAR));
+            add(group + "/swscale_fast", at(SWS_FAST_BILINEAR));
+            break;
+        case PxCubic: add(group + "/swscale", at(SWS_BICUBIC)); break;
+        case PxLanczos: add(group + "/swscale", at(SWS_LANCZOS)); break;
+        default: add(group + "/swscale", at(SWS_AREA)); break;
+    }
+}
+#else
+void addSwscale(const std::string &, Scaling, int32_t) {}
+#endif
+
 std::string groupName(const char *kernel, Scaling s) {
     return std::string(kernel) + "/" + sizeName(s.from) + "_to_" + sizeName(s.to);
 }
@@ -83,6 +115,7 @@ std::string groupName(const char *kernel, Scaling s) {
 void addKestrix(const std::string &group, Scaling s, int32_t interpolation) {
     addLevels(group, [=](benchmark::State &state) { resizeC3(state, s, interpolation); });
     addMemcpy(group, bytesC3(s.to));
+    addSwscale(group, s, interpolation);
 }
 
 // Nearest and linear with the peers' filters of the same name.

@@ -17,7 +17,7 @@ kx_check_packages=("${kx_build_packages[@]}" libbenchmark-dev mingw-w64 g++-ming
 # scripts/demo: libpng for its pictures, Xvfb for painting without a display, ffmpeg for --input.
 kx_demo_packages=("${kx_build_packages[@]}" libpng-dev xvfb ffmpeg)
 # scripts/bench: the harness and the peers, the Python frame and GStreamer's motioncells.
-kx_bench_packages=(libbenchmark-dev libopencv-dev libyuv-dev libxcb1-dev libxcb-shm0-dev xvfb
+kx_bench_packages=(libbenchmark-dev libopencv-dev libyuv-dev libswscale-dev libxcb1-dev libxcb-shm0-dev xvfb
                    "${kx_python_packages[@]}" "${kx_gstreamer_packages[@]}" gstreamer1.0-opencv)
 
 # kx_install_packages [--optional] package...: installs the missing ones as root with apt-get, its

@@ -67,8 +67,9 @@ PX_API int32_t pxGetLevel(void);
 PX_API PxStatus pxSetLevel(int32_t level);
 /* Chooses the level from the processor's features, first match wins: SSE4.1 gives 3; SSSE3 and
  * MOVBE 2; SSSE3 1; anything else, or no feature query, 0. Level 4 is never chosen (a processor
- * with AVX2 runs level 3); only pxSetLevel reaches it. PxStsOk, or PxStsNotVendor (20) on a
- * processor of another maker than the tuned paths know: information only, the level stands. */
+ * with AVX2 runs level 3); only pxSetLevel, or the kestrix library's [PX] LEVEL key, reaches it.
+ * PxStsOk, or PxStsNotVendor (20) on a processor of another maker than the tuned paths know:
+ * information only, the level stands. */
 PX_API PxStatus pxChooseLevel(void);
 /* Writes twelve feature bits to *features, from cpuid leaf 1 and xgetbv, queried once and then
  * kept: 0x1 MMX, 0x2 SSE, 0x4 SSE2, 0x8 SSE3, 0x10 SSSE3, 0x20 MOVBE, 0x40 SSE4.1, 0x80 SSE4.2,

@@ -37,6 +37,7 @@ bool attachLibrary() {
     // The platform's class-library registration has no counterpart here, so nothing fails the load.
     try {
         readSettings(settings);
+        readLevelSetting();
     } catch (...) {
         // No memory for the path or a value: the settings not read keep their defaults.
     }

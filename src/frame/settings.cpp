@@ -1,7 +1,9 @@
 #include "frame/settings.h"
 
+#include <algorithm>
 #include <cstdlib>
 
+#include "kestrix/px.h"
 #include "platform/platform.h"
 
 namespace kx {
@@ -50,6 +52,16 @@ void readSettings(Settings &target) {
     target.shutterZoomDown = ReadIntSetting(SettingsPath(), "SHUTTERWITH", "ZOOMDOWNLEVEL", target.shutterZoomDown);
     target.lumaZoomUp = ReadIntSetting(SettingsPath(), "YDC", "ZOOMUPLEVEL", target.lumaZoomUp);
     target.lumaZoomDown = ReadIntSetting(SettingsPath(), "YDC", "ZOOMDOWNLEVEL", target.lumaZoomDown);
+}
+
+void readLevelSetting() {
+    // An empty default text: a missing file, section or key and an empty value all read as "".
+    const std::string text = ReadStringSetting(SettingsPath(), "PX", "LEVEL", "");
+    if (text.empty()) return;
+    int32_t level = std::min(textToInt(text), kHighestLevel);
+    if (level < 0) return;
+    // Level 0 runs everywhere, so the walk down ends.
+    while (pxSetLevel(level) != PxStsOk) --level;
 }
 
 }  // namespace kx

@@ -21,4 +21,12 @@ int32_t ReadIntSetting(const std::string &file, const char *section, const char 
 // Reads all ten settings in their order, each with its current value as default.
 void readSettings(Settings &target);
 
+// The highest processor level there is (AVX2).
+constexpr int32_t kHighestLevel = 4;
+
+// [PX] LEVEL, read at load after the ten settings: the kernels run at the highest level, at most the
+// one asked for (4 for anything above), that the processor and the build run. With no such key, an
+// empty value or one below 0, the level chosen for the processor stays.
+void readLevelSetting();
+
 }  // namespace kx

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "frame/settings.h"
+#include "kestrix/px.h"
+#include "level_scope.h"
 #include "platform/platform.h"
 #include "temp_dir.h"
 
@@ -97,6 +99,43 @@ TEST(Settings, AllTenFromTheFileInTheCurrentDirectory) {
         kx::Settings read = row.before;
         kx::readSettings(read);
         EXPECT_EQ(fields(read), row.after) << (row.file ? row.file : "no file");
+    }
+}
+
+// The highest level at most `asked` that this processor runs.
+int32_t runnableUpTo(int32_t asked) {
+    const kx::test::LevelScope scope;
+    while (!scope.set(asked)) --asked;
+    return asked;
+}
+
+TEST(Settings, LevelKeyAsksForALevelCappedAtTheProcessor) {
+    const kx::test::LevelScope scope;
+    constexpr int32_t kKept = -1;  // the level in force before the read stays
+    const struct { const char *file; int32_t level; } rows[] = {
+        {nullptr, kKept},
+        {"[SHUTTERWITH]\r\nMIN=1\r\n", kKept},
+        {"[PX]\r\nLEVEL=\r\n", kKept},
+        {"[PX]\r\nLEVEL=-1\r\n", kKept},
+        {"[PX]\r\nLEVEL=4\r\n", runnableUpTo(4)},
+        {"[PX]\r\nLEVEL=9\r\n", runnableUpTo(4)},
+        {"[px]\r\nlevel=3\r\n", runnableUpTo(3)},
+        {"[PX]\r\nLEVEL=1\r\n", runnableUpTo(1)},
+        {"[PX]\r\nLEVEL=0\r\n", 0},
+        // Read as the other settings are: atol of the text.
+        {"[PX]\r\nLEVEL=abc\r\n", 0},
+        {"[PX]\r\nLEVEL=4x\r\n", runnableUpTo(4)},
+    };
+    for (const int32_t before : {0, runnableUpTo(3)}) {
+        for (const auto &row : rows) {
+            SCOPED_TRACE(testing::Message() << (row.file ? row.file : "no file") << ", level before " << before);
+            TempDir dir;
+            if (row.file) dir.write("kestrix.ini", row.file);
+            kx::test::InDir inside(dir.path);
+            ASSERT_TRUE(scope.set(before));
+            kx::readLevelSetting();
+            EXPECT_EQ(pxGetLevel(), row.level == kKept ? before : row.level);
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -56,8 +57,10 @@ std::vector<uint8_t> withStatus(PxStatus status, std::vector<uint8_t> bytes) {
 
 // extraRows makes the source taller than the geometry, for the filters that lower themselves on
 // small sources (cubic under 4 rows, Lanczos under 8); margin insets the rectangle on every side,
-// so that the taps reach past it into the image.
-Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0, int32_t margin = 0) {
+// so that the taps reach past it into the image; bottomUp walks the rows from the buffer's last,
+// with a negative step.
+Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0, int32_t margin = 0,
+              bool bottomUp = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const int32_t height = g.height + extraRows;
@@ -66,9 +69,9 @@ Run resizeRun(int32_t interpolation, double fx, double fy, int32_t extraRows = 0
         // Room for the derived size and one more; what lies beyond it stays sentinel.
         const int32_t dw = int32_t(std::max(rect.width, 1) * fx) + 1, dh = int32_t(std::max(rect.height, 1) * fy) + 1;
         const Rows dst(3 * dw, dh, g.pad, nullptr);
-        const PxStatus status =
-            pxResizeC3(src.data(), {g.width, height}, src.step, rect, dst.data(), dst.step, {dw, dh}, fx, fy,
-                       interpolation);
+        const uint8_t *first = bottomUp ? src.data() + ptrdiff_t{src.step} * (height - 1) : src.data();
+        const PxStatus status = pxResizeC3(first, {g.width, height}, bottomUp ? -src.step : src.step, rect, dst.data(),
+                                           dst.step, {dw, dh}, fx, fy, interpolation);
         return withStatus(status, dst.bytes());
     };
 }
@@ -154,11 +157,13 @@ Run lumaSumRun(bool multiples) {
 }
 
 // The region of g at (KW - 1 - anchor.x, KH - 1 - anchor.y) of a source just large enough for the
-// window's reach, so that the last byte the window may read is the buffer's last.
-Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
+// window's reach, so that the last byte the window may read is the buffer's last. saturated: every
+// byte 0 or 255, so that sums reach the ends of their range.
+Run filterRun(std::vector<int32_t> kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor, bool saturated = false) {
     return [=](const Geometry &g, uint32_t seed) {
         std::mt19937 random(seed);
         const Rows src(3 * (g.width + kernelSize.width - 1), g.height + kernelSize.height - 1, g.pad, &random);
+        for (size_t i = 0; saturated && i < src.buffer.size(); ++i) src.data()[i] = uint8_t((src.data()[i] >> 7) * 255);
         const uint8_t *region = src.data() + (kernelSize.height - 1 - anchor.y) * src.step +
                                 3 * (kernelSize.width - 1 - anchor.x);
         const Rows dst(3 * g.width, g.height, g.pad, nullptr);
@@ -205,9 +210,14 @@ const std::vector<KernelRow> &kernelRows() {
         {"nearest shrink", resizeRun(PxNearest, 0.55, 0.4)},
         {"linear enlarge", resizeRun(PxLinear, 800.0 / 720.0, 600.0 / 576.0)},
         {"linear double", resizeRun(PxLinear, 2.0, 2.0)},
+        {"linear double bottom-up", resizeRun(PxLinear, 2.0, 2.5, 0, 0, true)},
         {"linear shrink", resizeRun(PxLinear, 0.55, 0.3)},
         {"linear identity", resizeRun(PxLinear, 1.0, 1.0)},
         {"linear odd", resizeRun(PxLinear, 11.0 / 7.0, 0.9)},
+        // Shrinks whose groups of eight samples span more than sixteen source bytes (two loads) and
+        // more than thirty-two (the plain rule), with an inset rectangle.
+        {"linear shrink 2.4", resizeRun(PxLinear, 1.0 / 2.4, 0.5, 0, 1)},
+        {"linear shrink 4", resizeRun(PxLinear, 0.25, 0.7)},
         // The float filters may move a byte next to a half by one; their shares stay near 2e-5.
         {"cubic enlarge", resizeRun(PxCubic, 800.0 / 720.0, 600.0 / 576.0, 3), nullptr, 1, 0.001},
         {"cubic shrink", resizeRun(PxCubic, 0.55, 0.4, 9), nullptr, 1, 0.001},
@@ -228,6 +238,11 @@ const std::vector<KernelRow> &kernelRows() {
         {"super fraction y", resizeRun(PxSuper, 0.25, 0.4, 9)},
         {"super fraction xy", resizeRun(PxSuper, 0.7, 0.45, 5)},
         {"super odd inset", resizeRun(PxSuper, 1.0 / 3.5, 0.4, 12, 1)},
+        // Whole cells of 3 by 3, 4 by 2 and 2 by 4 pixels, summed in registers straight from the rows;
+        // the inset one with a rectangle that leaves part of a cell over at its right and bottom.
+        {"super third", resizeRun(PxSuper, 1.0 / 3.0, 1.0 / 3.0, 6)},
+        {"super quarter by half", resizeRun(PxSuper, 0.25, 0.5, 3)},
+        {"super half by quarter inset", resizeRun(PxSuper, 0.5, 0.25, 11, 2)},
         {"rgb to yuv420", rgbToYuvRun(pxRgbToYuv420), rgbToYuvRun(px::pxRgbToYuv420_fixed15)},
         {"rgb to yuv420 saturated", rgbToYuvRun(pxRgbToYuv420, true), rgbToYuvRun(px::pxRgbToYuv420_fixed15, true)},
         {"yuv420 to rgb", yuvToRgbRun(pxYuv420ToRgb), yuvToRgbRun(px::pxYuv420ToRgb_fixed15)},
@@ -237,6 +252,18 @@ const std::vector<KernelRow> &kernelRows() {
         {"copy c1", copyRun()},
         // The smoothing kernel of the stretch exports: the shift rule by 4.
         {"filter 3x3 smoothing", filterRun({1, 2, 1, 2, 4, 2, 1, 2, 1}, {3, 3}, {1, 1}, 16)},
+        // 3x3 kernels of byte-sized coefficients whose magnitudes sum to at most 128 take 16-bit sums:
+        // at the bound, on saturated images, with every division rule (the shift by 8 and by 15 adds
+        // the half apart from the sum).
+        {"filter 3x3 sums16 plain", filterRun({10, -20, 30, -15, 25, -5, 8, -7, 8}, {3, 3}, {1, 1}, 1, true)},
+        {"filter 3x3 sums16 shift 8", filterRun({-128, 0, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {0, 2}, 256, true)},
+        {"filter 3x3 sums16 shift 15", filterRun({127, 1, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {2, 1}, 32768, true)},
+        {"filter 3x3 sums16 shift 3", filterRun({60, -30, 20, 10, -5, 3, 0, -64, 0}, {3, 3}, {1, 1}, 8)},
+        {"filter 3x3 sums16 divisor 7", filterRun({60, -30, 20, 10, -5, 3, 0, 0, 0}, {3, 3}, {1, 1}, 7, true)},
+        {"filter 3x3 sums16 divisor -3", filterRun({-6, 5, -4, 3, -2, 1, 0, 1, -2}, {3, 3}, {1, 1}, -3)},
+        // One magnitude past the bound, and a coefficient past a byte: the 32-bit sums.
+        {"filter 3x3 past sums16", filterRun({60, -30, 20, 10, -5, 3, 0, -1, 0}, {3, 3}, {1, 1}, 1 << 9, true)},
+        {"filter 3x3 wide coefficient", filterRun({128, 0, 0, 0, 0, 0, 0, 0, 0}, {3, 3}, {1, 1}, 128, true)},
         // Negative taps, so that sums fall below 0 and rise past 255 in every rule.
         {"filter 3x3 plain", filterRun(randomKernel(9, -40, 40, 3), {3, 3}, {2, 0}, 1)},
         {"filter 5x5 divisor 7", filterRun(randomKernel(25, -300, 500, 5), {5, 5}, {2, 2}, 7)},

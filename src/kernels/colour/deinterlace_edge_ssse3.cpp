@@ -10,11 +10,10 @@ namespace {
 
 __m128i absDiff(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
 
-// All ones where a < b as unsigned bytes: where the larger of the two is not a.
-__m128i lessThan(__m128i a, __m128i b) {
-    return _mm_andnot_si128(_mm_cmpeq_epi8(_mm_max_epu8(a, b), a), _mm_set1_epi8(-1));
-}
+// All ones where a >= b as unsigned bytes: where the larger of the two is a.
+__m128i atLeast(__m128i a, __m128i b) { return _mm_cmpeq_epi8(_mm_max_epu8(a, b), a); }
 
+// ifSet where mask is all ones, otherwise where it is 0.
 __m128i select(__m128i mask, __m128i ifSet, __m128i otherwise) {
     return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, otherwise));
 }
@@ -32,20 +31,26 @@ void deinterlaceEdgeRow_ssse3(const uint8_t *upper, const uint8_t *lower, const 
 
 void deinterlaceEdgeColumns_ssse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x, int32_t x1) {
     // Columns x to x + 15 read x - 1 to x + 16, which must not pass x1, the row's last column.
-    for (; x + 16 <= x1; x += 16) {
-        const __m128i um = load(upper + x - 1), u0 = load(upper + x), up = load(upper + x + 1);
-        const __m128i lm = load(lower + x - 1), l0 = load(lower + x), lp = load(lower + x + 1);
+    const auto sixteen = [&](int32_t at) {
+        const __m128i um = load(upper + at - 1), u0 = load(upper + at), up = load(upper + at + 1);
+        const __m128i lm = load(lower + at - 1), l0 = load(lower + at), lp = load(lower + at + 1);
         const __m128i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
         // The falling diagonal is the candidate only where it is strictly nearer than the rising
         // one; either candidate must then beat the vertical strictly.
-        const __m128i fallingFirst = lessThan(dA, dB);
-        const __m128i falling = _mm_and_si128(fallingFirst, lessThan(dA, dV));
-        const __m128i rising = _mm_andnot_si128(fallingFirst, lessThan(dB, dV));
+        const __m128i risingFirst = atLeast(dA, dB);
+        const __m128i notFalling = _mm_or_si128(risingFirst, atLeast(dA, dV));
+        const __m128i rising = _mm_andnot_si128(atLeast(dB, dV), risingFirst);
         // The byte average rounds half up, as (p + q + 1) >> 1 does.
-        __m128i mean = _mm_avg_epu8(u0, l0);
-        mean = select(falling, _mm_avg_epu8(um, lp), mean);
+        __m128i mean = select(notFalling, _mm_avg_epu8(u0, l0), _mm_avg_epu8(um, lp));
         mean = select(rising, _mm_avg_epu8(up, lm), mean);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + x), mean);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + at), mean);
+    };
+    for (; x + 16 <= x1; x += 16) sixteen(x);
+    // The last columns as one more step that ends on x1 and computes again some interior columns
+    // before them, with the same values; column 0, a copy, is never among them.
+    if (x < x1 && x1 - 16 >= 1) {
+        sixteen(x1 - 16);
+        return;
     }
     deinterlaceEdgeColumns(upper, lower, dst, x, x1);
 }

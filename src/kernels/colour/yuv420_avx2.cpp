@@ -88,11 +88,11 @@ void sixteenBlocksToYuv(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, u
 
 [[gnu::always_inline]] inline void rowToPacked(const uint8_t *y, __m256i t0, __m256i t1, __m256i t2, uint8_t *dst) {
     const __m256i luma = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(y));
-    const __m256i even2 = _mm256_slli_epi16(_mm256_and_si256(luma, _mm256_set1_epi16(0x00FF)), 1);
-    const __m256i odd2 = _mm256_and_si256(_mm256_srli_epi16(luma, 7), _mm256_set1_epi16(0x01FE));
-    const auto channel = [&](__m256i t) {
-        return _mm256_packus_epi16(_mm256_srai_epi16(_mm256_add_epi16(even2, t), 1),
-                                   _mm256_srai_epi16(_mm256_add_epi16(odd2, t), 1));
+    const __m256i even = _mm256_and_si256(luma, _mm256_set1_epi16(0x00FF));
+    const __m256i odd = _mm256_srli_epi16(luma, 8);
+    // (2Y + t) >> 1 with sign is Y + (t >> 1), as 2Y is even; the pack clamps.
+    const auto channel = [&](__m256i halfTerm) {
+        return _mm256_packus_epi16(_mm256_add_epi16(even, halfTerm), _mm256_add_epi16(odd, halfTerm));
     };
     const __m256i channels[3] = {channel(t0), channel(t1), channel(t2)};
     __m256i part[3];
@@ -114,8 +114,9 @@ void sixteenBlocksToPacked(const uint8_t *y0, const uint8_t *y1, const uint8_t *
     const __m256i t1 = _mm256_add_epi16(_mm256_mulhi_epi16(cu, _mm256_set1_epi16(-3227)),
                                         _mm256_mulhi_epi16(cv, _mm256_set1_epi16(-4759)));
     const __m256i t2 = _mm256_mulhi_epi16(cu, _mm256_set1_epi16(16645));
-    rowToPacked(y0, t0, t1, t2, dst0);
-    rowToPacked(y1, t0, t1, t2, dst1);
+    const __m256i h0 = _mm256_srai_epi16(t0, 1), h1 = _mm256_srai_epi16(t1, 1), h2 = _mm256_srai_epi16(t2, 1);
+    rowToPacked(y0, h0, h1, h2, dst0);
+    rowToPacked(y1, h0, h1, h2, dst1);
 }
 
 void rgbToYuvRowPair(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,

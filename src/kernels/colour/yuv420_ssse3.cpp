@@ -111,16 +111,15 @@ void fourBlocksToYuv(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint
     store4(v, _mm_unpackhi_epi64(out.uv, out.uv));
 }
 
-// One row of 16 pixels from its Y bytes and the chroma terms of its 8 blocks, each term the sum
-// of its multiply-highs.
+// One row of 16 pixels from its Y bytes and the halved chroma terms of its 8 blocks, each term the
+// sum of its multiply-highs shifted right by 1.
 [[gnu::always_inline]] inline void rowToPacked(const uint8_t *y, __m128i t0, __m128i t1, __m128i t2, uint8_t *dst) {
     const __m128i luma = load(y);
-    const __m128i even2 = _mm_slli_epi16(_mm_and_si128(luma, _mm_set1_epi16(0x00FF)), 1);
-    const __m128i odd2 = _mm_and_si128(_mm_srli_epi16(luma, 7), _mm_set1_epi16(0x01FE));
-    // The sum keeps one fractional bit; the arithmetic shift drops it and the pack clamps.
-    const auto channel = [&](__m128i t) {
-        return _mm_packus_epi16(_mm_srai_epi16(_mm_add_epi16(even2, t), 1),
-                                _mm_srai_epi16(_mm_add_epi16(odd2, t), 1));
+    const __m128i even = _mm_and_si128(luma, _mm_set1_epi16(0x00FF));
+    const __m128i odd = _mm_srli_epi16(luma, 8);
+    // (2Y + t) >> 1 with sign is Y + (t >> 1), as 2Y is even; the pack clamps.
+    const auto channel = [&](__m128i halfTerm) {
+        return _mm_packus_epi16(_mm_add_epi16(even, halfTerm), _mm_add_epi16(odd, halfTerm));
     };
     const __m128i channels[3] = {channel(t0), channel(t1), channel(t2)};
     __m128i part[3];
@@ -141,8 +140,9 @@ void eightBlocksToPacked(const uint8_t *y0, const uint8_t *y1, const uint8_t *u,
     const __m128i t1 =
         _mm_add_epi16(_mm_mulhi_epi16(cu, _mm_set1_epi16(-3227)), _mm_mulhi_epi16(cv, _mm_set1_epi16(-4759)));
     const __m128i t2 = _mm_mulhi_epi16(cu, _mm_set1_epi16(16645));
-    rowToPacked(y0, t0, t1, t2, dst0);
-    rowToPacked(y1, t0, t1, t2, dst1);
+    const __m128i h0 = _mm_srai_epi16(t0, 1), h1 = _mm_srai_epi16(t1, 1), h2 = _mm_srai_epi16(t2, 1);
+    rowToPacked(y0, h0, h1, h2, dst0);
+    rowToPacked(y1, h0, h1, h2, dst1);
 }
 
 void rgbToYuvRowPair(const uint8_t *src0, const uint8_t *src1, uint8_t *y0, uint8_t *y1, uint8_t *u, uint8_t *v,

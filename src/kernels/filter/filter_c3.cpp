@@ -61,11 +61,27 @@ bool repackPairs(const int32_t *kernel, int32_t kw, int32_t kh, FilterPair *pair
 
 }  // namespace
 
+bool filterFitsSums16(const FilterCall &call, const FilterDivision &division) {
+    if (call.kernelSize.width != 3 || call.kernelSize.height != 3 || call.size.width < 6) return false;
+    if (division.kind == FilterDivision::Shift && division.shift > 15) return false;
+    int32_t magnitudes = 0;
+    for (int32_t t = 0; t < 9; ++t) {
+        const int32_t c = call.kernel[t];
+        if (c < -128 || c > 127) return false;
+        magnitudes += c < 0 ? -c : c;
+    }
+    return 255 * magnitudes <= 32767;
+}
+
 PxStatus filterC3WithPasses(const FilterPasses &passes, const FilterCall &call) {
     if (const PxStatus status = filterC3Checks(call); status) return status;
     const PxSize size = call.size;
     const int32_t *kernel = call.kernel;
     const FilterDivision division = filterDivision(call.divisor);
+    if (passes.sums16 && filterFitsSums16(call, division)) {
+        passes.sums16(call, division);
+        return PxStsOk;
+    }
     const int32_t kw = call.kernelSize.width, kh = call.kernelSize.height;
 
     // One block: sixteen bytes for each coefficient (the pairs take at most that), then a row of

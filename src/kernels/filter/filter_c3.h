@@ -57,12 +57,25 @@ using FilterRowPass = void (*)(const uint8_t *window, const FilterPair *pairs, c
 // The finishing pass: count sums divided by the rule and saturated into out.
 using FilterFinishPass = void (*)(const int32_t *sums, uint8_t *out, int32_t count, const FilterDivision &division);
 
-// A level's passes: row passes for kernels 3 and 5 wide and for any other width, and the finishing
-// passes of the shift rule and of the plain and reciprocal rules.
+// The whole region in 16-bit sums, for the calls that filterFitsSums16 admits.
+using FilterSums16 = void (*)(const FilterCall &call, const FilterDivision &division);
+
+// A level's passes: row passes for kernels 3 and 5 wide and for any other width, the finishing
+// passes of the shift rule and of the plain and reciprocal rules, and its 16-bit form (or null).
 struct FilterPasses {
     FilterRowPass row3, row5, rowAny;
     FilterFinishPass finishShift, finishScale;
+    FilterSums16 sums16;
 };
+
+// Whether 16-bit sums are the 32-bit sums of the rule, and the division fits them: a 3x3 kernel of
+// coefficients that fit a signed byte, with 255 times the sum of their magnitudes within 32767, so
+// that no partial sum in any order leaves a signed 16-bit lane; a shift of at most 15 bits; and a
+// region at least 6 pixels wide, so that a row holds a vector step of sixteen bytes.
+bool filterFitsSums16(const FilterCall &call, const FilterDivision &division);
+
+// The 16-bit form of levels 1 to 4.
+void filterC3Sums16_ssse3(const FilterCall &call, const FilterDivision &division);
 
 // The ends of a row that the vector passes leave to the plain rule.
 void filterRowPass_ref(const uint8_t *window, const int32_t *kernelRow, int32_t kw, int32_t *sums, int32_t count,

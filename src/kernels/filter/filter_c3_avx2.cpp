@@ -115,7 +115,7 @@ void finishWith(const int32_t *sums, uint8_t *out, int32_t count, const FilterDi
 PxStatus pxFilterC3_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                          const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
     static constexpr FilterPasses kPasses = {rowPass<2>, rowPass<3>, rowPass<0>, finishWith<ShiftDivide>,
-                                             finishWith<ScaleDivide>};
+                                             finishWith<ScaleDivide>, filterC3Sums16_ssse3};
     return filterC3WithPasses(kPasses, {src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, divisor});
 }
 

@@ -5,6 +5,9 @@
 // multiply-adds would use, so level 3 runs this form too.
 #include <tmmintrin.h>
 
+#include <algorithm>
+#include <cstddef>
+
 #include "kernels/filter/filter_c3.h"
 
 namespace px {
@@ -107,12 +110,104 @@ void finishWith(const int32_t *sums, uint8_t *out, int32_t count, const FilterDi
     filterFinish_ref(sums + k, out + k, count - k, division);
 }
 
+// The division rules on 16-bit sums, chosen once per call.
+enum class Rule16 { Plain, ShiftShort, ShiftLong, Scale };
+
+// A byte pair (a, b) of coefficients in every 16-bit lane, for unsigned-by-signed multiply-adds.
+__m128i bytePair(int32_t a, int32_t b) {
+    return _mm_set1_epi16(static_cast<int16_t>((static_cast<uint8_t>(b) << 8) | static_cast<uint8_t>(a)));
+}
+
+// Adds taps a and b of sixteen output bytes times their coefficients, into two halves of eight.
+inline void addTaps(__m128i a, __m128i b, __m128i pair, __m128i &low, __m128i &high) {
+    low = _mm_add_epi16(low, _mm_maddubs_epi16(_mm_unpacklo_epi8(a, b), pair));
+    high = _mm_add_epi16(high, _mm_maddubs_epi16(_mm_unpackhi_epi8(a, b), pair));
+}
+
+template <Rule16 kRule>
+struct Divide16 {
+    __m128i shift, halfLessOne, mask, one;
+    ScaleDivide scale;
+    explicit Divide16(const FilterDivision &division)
+        : shift(_mm_cvtsi32_si128(division.shift)),
+          halfLessOne(_mm_set1_epi16(static_cast<int16_t>((1 << (division.shift > 0 ? division.shift - 1 : 0)) - 1))),
+          mask(_mm_set1_epi16(static_cast<int16_t>((1 << division.shift) - 1))), one(_mm_set1_epi16(1)),
+          scale(division) {}
+    // Signed 16-bit values; the byte pack that follows saturates them, which also sends every sum
+    // below 1 of the shift rule to 0.
+    __m128i operator()(__m128i sum) const {
+        if constexpr (kRule == Rule16::Plain) {
+            return sum;
+        } else if constexpr (kRule == Rule16::ShiftShort) {
+            // sum + half cannot overflow: the quotient plus the rounded remainder in one shift.
+            const __m128i odd = _mm_and_si128(_mm_sra_epi16(sum, shift), one);
+            return _mm_sra_epi16(_mm_add_epi16(_mm_add_epi16(sum, halfLessOne), odd), shift);
+        } else if constexpr (kRule == Rule16::ShiftLong) {
+            const __m128i quotient = _mm_sra_epi16(sum, shift);
+            const __m128i rest = _mm_add_epi16(_mm_add_epi16(_mm_and_si128(sum, mask), halfLessOne),
+                                               _mm_and_si128(quotient, one));
+            return _mm_add_epi16(quotient, _mm_srl_epi16(rest, shift));  // rest < 2^16: a logical shift
+        } else {
+            const __m128i low = _mm_srai_epi32(_mm_unpacklo_epi16(sum, sum), 16);
+            const __m128i high = _mm_srai_epi32(_mm_unpackhi_epi16(sum, sum), 16);
+            return _mm_packs_epi32(scale(low), scale(high));
+        }
+    }
+};
+
+// Every output row in steps of sixteen bytes; the last step of a row ends on its last byte and may
+// write again some bytes of the step before, with the same values. Written out tap by tap: kept in
+// an array of registers, the taps went to the stack.
+template <Rule16 kRule>
+void rows16(const FilterCall &call, const FilterDivision &division) {
+    const Divide16<kRule> divide(division);
+    const int32_t *c = call.kernel;
+    // Coefficient (j, i) meets the pixel j rows up and i pixels left of the anchor: a true convolution.
+    const __m128i c01 = bytePair(c[0], c[1]), c23 = bytePair(c[2], c[3]), c45 = bytePair(c[4], c[5]);
+    const __m128i c67 = bytePair(c[6], c[7]), c8 = bytePair(c[8], 0);
+    const __m128i zero = _mm_setzero_si128();
+    const int32_t rowBytes = 3 * call.size.width;
+    const ptrdiff_t step = call.srcStep;
+    for (int32_t y = 0; y < call.size.height; ++y) {
+        const uint8_t *t0 = call.src + (static_cast<ptrdiff_t>(y) + call.anchor.y) * step + 3 * ptrdiff_t{call.anchor.x};
+        const uint8_t *t3 = t0 - step, *t6 = t0 - 2 * step;
+        uint8_t *out = call.dst + static_cast<ptrdiff_t>(y) * call.dstStep;
+        for (int32_t k = 0;; k = std::min(k + 16, rowBytes - 16)) {
+            __m128i low = zero, high = zero;
+            addTaps(load(t0 + k), load(t0 + k - 3), c01, low, high);
+            addTaps(load(t0 + k - 6), load(t3 + k), c23, low, high);
+            addTaps(load(t3 + k - 3), load(t3 + k - 6), c45, low, high);
+            addTaps(load(t6 + k), load(t6 + k - 3), c67, low, high);
+            addTaps(load(t6 + k - 6), zero, c8, low, high);
+            store(out + k, _mm_packus_epi16(divide(low), divide(high)));
+            if (k + 16 == rowBytes) break;
+        }
+    }
+}
+
 }  // namespace
+
+void filterC3Sums16_ssse3(const FilterCall &call, const FilterDivision &division) {
+    int32_t magnitudes = 0;
+    for (int32_t t = 0; t < 9; ++t) magnitudes += call.kernel[t] < 0 ? -call.kernel[t] : call.kernel[t];
+    switch (division.kind) {
+        case FilterDivision::Plain: rows16<Rule16::Plain>(call, division); break;
+        case FilterDivision::Reciprocal: rows16<Rule16::Scale>(call, division); break;
+        case FilterDivision::Shift:
+            // The short form adds the half to the sum itself, which must stay within 16 bits.
+            if (255 * magnitudes + (1 << (division.shift - 1)) <= 32767) {
+                rows16<Rule16::ShiftShort>(call, division);
+            } else {
+                rows16<Rule16::ShiftLong>(call, division);
+            }
+            break;
+    }
+}
 
 PxStatus pxFilterC3_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                           const int32_t *kernel, PxSize kernelSize, PxPoint anchor, int32_t divisor) {
     static constexpr FilterPasses kPasses = {rowPass<2>, rowPass<3>, rowPass<0>, finishWith<ShiftDivide>,
-                                             finishWith<ScaleDivide>};
+                                             finishWith<ScaleDivide>, filterC3Sums16_ssse3};
     return filterC3WithPasses(kPasses, {src, srcStep, dst, dstStep, size, kernel, kernelSize, anchor, divisor});
 }
 

@@ -8,7 +8,11 @@ void cubicWalk(const CubicPasses &passes, const ResizeJob &job) {
     const int32_t dstW = job.dstW;
     const int32_t pixelStride = job.pixelStride;
     auto horizontal = [&](int64_t offset, float *out) {
-        passes.row(job.src + offset, dstW, pixelStride, job.xIndex, job.xFraction, out);
+        if (passes.plan) {
+            passes.planned(job.src + offset, passes.plan, out);
+        } else {
+            passes.row(job.src + offset, dstW, pixelStride, job.xIndex, job.xFraction, out);
+        }
     };
     uint8_t *dst = job.dst;
     float *r0 = job.rows[0], *r1 = job.rows[1], *r2 = job.rows[2], *r3 = job.rows[3];

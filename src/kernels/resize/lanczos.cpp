@@ -68,6 +68,10 @@ public:
 
 private:
     void fill(float *out, int64_t offset) const {
+        if (passes_.plan) {
+            passes_.planned(job_.src + offset, passes_.plan, out);
+            return;
+        }
         passes_.row(job_.src + offset, job_.pixelStride, job_.xIndex, job_.xCoefficients, out, job_.dstW, job_.rectX,
                     job_.colsLeft);
     }

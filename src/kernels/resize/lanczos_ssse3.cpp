@@ -3,9 +3,12 @@
 // 0.5000001 as a float), which may move a byte next to a half by one.
 #include <tmmintrin.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "kernels/resize/resize_forms.h"
+#include "kernels/resize/planned_groups.h"
 #include "kernels/resize/resize_image.h"
 
 namespace px {
@@ -136,6 +139,84 @@ void pxResizeCoefficients_ssse3(const float *fractions, int32_t count, float *co
     if (n < count) pxResizeCoefficients(fractions + n, count - n, coefficients + 6 * n, kernel);
 }
 
-void pxLanczosImage_ssse3(const ResizeJob &job) { lanczosWalk({pxLanczosRow_ssse3, pxLanczosCombine_ssse3}, job); }
+namespace {
+
+// The row pass in output order: four samples (three to a column) in the lanes of one register, each
+// lane with its own column's six weights and taps. Taps 0 to 2 come by byte shuffles from one load,
+// and taps 3 to 5, nine bytes on, by the same shuffles from a load nine bytes on; the lanes add in
+// the plain pass's order, so the floats are level 0's. Groups with a column that an edge rule
+// reaches, or whose taps spread too far, take the plain pass.
+struct LanczosPlan {
+    LanePlan lanes;  // taps 0, 1 and 2; the six weights of each lane
+    int32_t dstW, rectX, colsLeft;
+    const int32_t *xIndex;
+    const float *xCoefficients;
+};
+
+void *makeLanczosPlan(const ResizeJob &job) {
+    const LanePlanBlock at(job, sizeof(LanczosPlan), 6, 3);
+    if (!at.block) return nullptr;
+    const size_t groups = at.groups;
+    auto *weights = reinterpret_cast<__m128 *>(at.block + at.weightsAt);
+    LaneTables tables(at.block + at.tablesAt, groups, 3);
+    // The image's row ends 3 * colsLeft bytes from the rectangle's first pixel; no load passes it.
+    const int64_t end = 3 * int64_t{job.colsLeft};
+    for (size_t g = 0; g < groups; ++g) {
+        int64_t first[4];  // tap 0 of each lane; the others follow three bytes apart
+        alignas(16) float w[6][4];
+        bool interior = true;
+        for (int32_t lane = 0; lane < 4; ++lane) {
+            const auto sample = static_cast<int32_t>(4 * g) + lane;
+            const int32_t column = sample / 3;
+            interior = interior && lanczosInterior_ssse3(job.xIndex[column], job.rectX, job.colsLeft);
+            first[lane] = int64_t{job.xIndex[column]} + sample % 3 - 6;
+            for (int32_t t = 0; t < 6; ++t) w[t][lane] = job.xCoefficients[6 * column + t];
+        }
+        for (int32_t t = 0; t < 6; ++t) weights[6 * g + t] = _mm_load_ps(w[t]);
+        // Two loads, the second nine bytes on: 25 bytes from the group's least first tap.
+        tables.place(static_cast<int32_t>(g), first, interior, 25, end);
+    }
+    *reinterpret_cast<LanczosPlan *>(at.block) = {closeLanes(tables, weights, 6, groups), job.dstW, job.rectX,
+                                                  job.colsLeft, job.xIndex, job.xCoefficients};
+    return at.block;
+}
+
+void lanczosRowPlanned(const uint8_t *row, const void *planBlock, float *out) {
+    const LanczosPlan &plan = *static_cast<const LanczosPlan *>(planBlock);
+    float *__restrict samples = out;
+    const auto common = [&](const uint8_t *at, const __m128i *tap, const __m128 *w, int32_t g) {
+        const __m128i near = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+        const __m128i far = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at + 9));
+        const auto product = [&](__m128i bytes, int32_t t) {
+            return _mm_mul_ps(_mm_cvtepi32_ps(_mm_shuffle_epi8(bytes, tap[t % 3])), w[t]);
+        };
+        __m128 sum = _mm_add_ps(product(near, 0), product(near, 1));
+        sum = _mm_add_ps(sum, product(near, 2));
+        sum = _mm_add_ps(sum, product(far, 3));
+        sum = _mm_add_ps(sum, product(far, 4));
+        _mm_storeu_ps(samples + 4 * g, _mm_add_ps(sum, product(far, 5)));
+    };
+    const auto listed = [&](int32_t g) {
+        // The group's columns by the plain pass, whose floats these are; its neighbours' samples are
+        // written again, alike.
+        const int32_t c = 4 * g / 3, last = (4 * g + 3) / 3;
+        pxLanczosRow(row, 3, plan.xIndex + c, plan.xCoefficients + 6 * c, samples + 3 * c, last - c + 1, plan.rectX,
+                     plan.colsLeft);
+    };
+    runLanes(plan.lanes, row, common, listed);
+    const int32_t c = 4 * plan.lanes.groups / 3;
+    if (c < plan.dstW)
+        pxLanczosRow(row, 3, plan.xIndex + c, plan.xCoefficients + 6 * c, samples + 3 * c, plan.dstW - c, plan.rectX,
+                     plan.colsLeft);
+}
+
+}  // namespace
+
+void pxLanczosImage_ssse3(const ResizeJob &job) {
+    // Without memory for the plan, the columns go one to a register: slower, the same floats.
+    void *plan = makeLanczosPlan(job);
+    lanczosWalk({pxLanczosRow_ssse3, pxLanczosCombine_ssse3, lanczosRowPlanned, plan}, job);
+    pxFree(plan);
+}
 
 }  // namespace px

@@ -9,12 +9,20 @@ void linearWalk(const LinearPasses &passes, const ResizeJob &job) {
     auto horizontal = [&](const uint8_t *row, uint16_t *out) {
         passes.row(row, dstW, job.pixelStride, job.xIndex, job.xWeight, passes.plan, out);
     };
-    auto vertical = [&](uint8_t *out, int32_t weight, const uint16_t *upper, const uint16_t *lower) {
-        if (job.pixelStride == job.channels) {
-            passes.blend(out, dstW * job.channels, weight, upper, lower);
-        } else {
-            pxLinearBlendSkip(out, dstW, weight, upper, lower);
+    // Output row r, and the next one too where it blends the same pair and the level can do both at
+    // once; the count of rows done.
+    auto vertical = [&](uint8_t *out, int32_t r, const uint16_t *upper, const uint16_t *lower) {
+        if (job.pixelStride != job.channels) {
+            pxLinearBlendSkip(out, dstW, job.yWeight[r], upper, lower);
+            return 1;
         }
+        if (passes.blendTwo && r + 1 < job.dstH && job.yIndex[r + 1] == job.yIndex[r]) {
+            passes.blendTwo(out, out + job.dstStep, dstW * job.channels, job.yWeight[r], job.yWeight[r + 1], upper,
+                            lower);
+            return 2;
+        }
+        passes.blend(out, dstW * job.channels, job.yWeight[r], upper, lower);
+        return 1;
     };
     // Each source row passes through the horizontal pass once while it stays in the pair; moving
     // the pair on exchanges the buffers instead of copying them. yIndex entries are row numbers
@@ -29,7 +37,7 @@ void linearWalk(const LinearPasses &passes, const ResizeJob &job) {
     if (step > 0) {
         int64_t last = int64_t{yIndex[0]} - 1;  // the first output row counts as an advance
         horizontal(src + yIndex[0], lowerRow);
-        for (int32_t r = 0; r < job.dstH; ++r) {
+        for (int32_t r = 0; r < job.dstH;) {
             const int64_t y = yIndex[r];
             if (y > last) {
                 std::swap(upperRow, lowerRow);  // the old lower row is the new upper one...
@@ -37,13 +45,14 @@ void linearWalk(const LinearPasses &passes, const ResizeJob &job) {
                 if (y > last + step) horizontal(src + y, upperRow);  // ...unless rows were skipped
                 last = y;
             }
-            vertical(dst, job.yWeight[r], upperRow, lowerRow);
-            dst += job.dstStep;
+            const int32_t done = vertical(dst, r, upperRow, lowerRow);
+            r += done;
+            dst += int64_t{done} * job.dstStep;
         }
     } else {
         int64_t last = int64_t{yIndex[0]} + 1;
         horizontal(src + yIndex[0], lowerRow);
-        for (int32_t r = 0; r < job.dstH; ++r) {
+        for (int32_t r = 0; r < job.dstH;) {
             const int64_t y = yIndex[r];
             if (y < last) {
                 std::swap(upperRow, lowerRow);
@@ -51,8 +60,9 @@ void linearWalk(const LinearPasses &passes, const ResizeJob &job) {
                 if (y < last + step) horizontal(src + y, upperRow);
                 last = y;
             }
-            vertical(dst, job.yWeight[r], upperRow, lowerRow);
-            dst += job.dstStep;
+            const int32_t done = vertical(dst, r, upperRow, lowerRow);
+            r += done;
+            dst += int64_t{done} * job.dstStep;
         }
     }
 }

@@ -11,21 +11,24 @@
 
 namespace px {
 
-// The plan of the SSSE3 row pass: for each group of four columns, whether one sixteen-byte load
-// holds all its pixels, and then the shuffles and weights that gather them.
-int32_t linearPlanBytes_ssse3(int32_t dstW);
-void linearMakePlan_ssse3(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride,
-                          void *plan);
+// The plan of the SSSE3 row pass, made once per call: how each group of eight samples is gathered.
+// Null when there is no memory for it or nothing to plan; give it back with pxFree.
+void *linearMakePlan_ssse3(const int32_t *xIndex, const uint16_t *xWeight, int32_t dstW, int32_t pixelStride);
 
-// Horizontal pass, four columns at a time (by the plan where it has one); the rest by the plain rule.
+// Horizontal pass, eight samples at a time by the plan; without one, and for the rest, the plain rule.
 void pxLinearRowC3_ssse3(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex,
                          const uint16_t *xWeight, const void *plan, uint16_t *out);
 
-// Vertical pass, 32 samples at a time, then 8, then the plain rule.
+// Vertical pass in 16-bit lanes, 16 samples at a time, then 8, then the plain rule.
 void pxLinearBlend_ssse3(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper, const uint16_t *lower);
 
+// Two output rows of the same pair, 16 samples at a time: one difference for both.
+void pxLinearBlendTwo_ssse3(uint8_t *first, uint8_t *second, int32_t count, int32_t firstWeight, int32_t secondWeight,
+                            const uint16_t *upper, const uint16_t *lower);
+
 // The rolling walk with these passes and the row pass's plan, made for the call and freed after it.
-void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, const ResizeJob &job);
+void linearImageWithPlan_ssse3(LinearRowPass row, LinearBlendPass blend, LinearBlendTwoPass blendTwo,
+                               const ResizeJob &job);
 
 // The linear image functions of levels 1 to 3 and of level 4.
 void pxLinearImage_ssse3(const ResizeJob &job);
@@ -71,6 +74,11 @@ void superCollapseWholeFloat_ssse3(float *line, int32_t span, int64_t blockX);
 void superCollapseFraction_ssse3(float *line, int32_t span, int64_t blockX, double invX);
 void superStore_ssse3(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStoreFloat_ssse3(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+
+// Whole cells of 2, 3 or 4 pixels across summed in 16-bit registers, straight from the rows, and
+// scaled by a multiply checked once per call against the store rule for every sum; false where a
+// cell is not whole and inside the image, the sums could pass 16 bits or no multiply fits.
+bool superIntegralCells_ssse3(const SuperJob &job);
 
 // The supersampling engines of levels 1 to 3 and of level 4.
 PxStatus superC3_ssse3(const SuperJob &job);

@@ -32,10 +32,14 @@ using LinearRowPass = void (*)(const uint8_t *row, int32_t dstW, int32_t pixelSt
                                const uint16_t *xWeight, const void *plan, uint16_t *out);
 using LinearBlendPass = void (*)(uint8_t *dst, int32_t count, int32_t weight, const uint16_t *upper,
                                  const uint16_t *lower);
+// Two output rows of the same pair at once (enlarging), with their weights; null if a level has none.
+using LinearBlendTwoPass = void (*)(uint8_t *first, uint8_t *second, int32_t count, int32_t firstWeight,
+                                    int32_t secondWeight, const uint16_t *upper, const uint16_t *lower);
 struct LinearPasses {
     LinearRowPass row;
     LinearBlendPass blend;
     const void *plan;
+    LinearBlendTwoPass blendTwo = nullptr;
 };
 
 // The rolling pair of rows of pxLinearImage with a level's passes; every level walks alike.
@@ -58,12 +62,15 @@ void pxCubicCombine(uint8_t *dst, int32_t count, float t, const float *r0, const
 void cubicCombineSkip(uint8_t *dst, int32_t dstW, float t, const float *r0, const float *r1, const float *r2,
                       const float *r3);
 
-// The two passes of cubic interpolation as one level has them.
+// The two passes of cubic interpolation as one level has them. A level may work out once per call
+// how it gathers the columns (plan); with one, its planned row pass takes the place of row.
 struct CubicPasses {
     void (*row)(const uint8_t *row, int32_t dstW, int32_t pixelStride, const int32_t *xIndex, const float *xFraction,
                 float *out);
     void (*combine)(uint8_t *dst, int32_t count, float t, const float *r0, const float *r1, const float *r2,
                     const float *r3);
+    void (*planned)(const uint8_t *row, const void *plan, float *out) = nullptr;
+    const void *plan = nullptr;
 };
 
 // The ring of four rows of pxCubicImage with a level's passes; every level walks alike.
@@ -97,6 +104,9 @@ struct LanczosPasses {
     void (*row)(const uint8_t *row, int32_t pixelStride, const int32_t *xIndex, const float *xCoefficients,
                 float *buffer, int32_t dstW, int32_t rectX, int32_t colsLeft);
     void (*combine)(uint8_t *dst, int32_t count, const float *coefficients, const float *const rows[6]);
+    // As for cubic: with a plan, the planned row pass takes the place of row.
+    void (*planned)(const uint8_t *row, const void *plan, float *out) = nullptr;
+    const void *plan = nullptr;
 };
 
 // The ring of six rows of pxLanczosImage with a level's passes; every level walks alike.
@@ -117,6 +127,9 @@ struct SuperPasses {
     void (*collapseFraction)(float *line, int32_t span, int64_t blockX, double invX);
     void (*storeWhole)(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
     void (*storeFloat)(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);
+    // SuperIntegral cells summed in registers with no line, or false for a job this form does not
+    // take (null: none does); run once the line has been had, so memory fails as it does otherwise.
+    bool (*integralCells)(const SuperJob &job);
 };
 
 // The plain passes. Full add: each element of span pixels added to its accumulator. Weighted add:
@@ -144,6 +157,8 @@ using SuperCellSum = void (*)(float *line, const SuperCell &cell);
 // entries further on are not read, and count as zero, which only a line shorter than one cell meets
 // in cell 0. Each cell is summed before the next one's entries are read.
 void superFractionCells(float *line, int32_t span, int64_t blockX, double invX, SuperCellSum sum);
+// One cell times area, rounded half up: the low 8 bits.
+uint8_t superStoreCell(double cell, double area);
 // dstW pixels of cell times area, rounded half up, of which the low 8 bits are stored.
 void superStore(uint8_t *dst, const uint32_t *line, int32_t dstW, int32_t pixelStride, double area);
 void superStore(uint8_t *dst, const float *line, int32_t dstW, int32_t pixelStride, double area);

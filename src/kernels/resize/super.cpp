@@ -105,8 +105,9 @@ void superImage(const SuperPasses &passes, const SuperJob &job, Accumulator *lin
 }  // namespace
 
 PxStatus superC3_ref(const SuperJob &job) {
-    static constexpr SuperPasses kPlain = {superAddRow,        superAddRow, superAddRowWeighted, superCollapseWhole,
-                                           superCollapseWhole, superCollapseFraction, superStore, superStore};
+    static constexpr SuperPasses kPlain = {superAddRow,        superAddRow,           superAddRowWeighted,
+                                           superCollapseWhole, superCollapseWhole,    superCollapseFraction,
+                                           superStore,         superStore,            nullptr};
     return superEngine(kPlain, job);
 }
 
@@ -120,6 +121,10 @@ PxStatus superEngine(const SuperPasses &passes, const SuperJob &job) {
     if (bytes > INT32_MAX) return PxStsNoMem;
     void *line = pxAlloc(static_cast<int32_t>(bytes));
     if (line == nullptr) return PxStsNoMem;
+    if (job.mode == SuperIntegral && passes.integralCells && passes.integralCells(job)) {
+        pxFree(line);
+        return PxStsOk;
+    }
     if (job.mode == SuperIntegral) {
         superImage(passes, job, static_cast<uint32_t *>(line), static_cast<int32_t>(bytes));
     } else {

@@ -60,7 +60,7 @@ PxStatus superC3_avx2(const SuperJob &job) {
     static constexpr SuperPasses kPasses = {
         superAddRow_avx2,         superAddRowFloat_avx2,         superAddRowWeighted_avx2,
         superCollapseWhole_ssse3, superCollapseWholeFloat_ssse3, superCollapseFraction_ssse3,
-        superStore_ssse3,         superStoreFloat_ssse3};
+        superStore_ssse3,         superStoreFloat_ssse3,         superIntegralCells_ssse3};
     return superEngine(kPasses, job);
 }
 

@@ -112,13 +112,15 @@ namespace {
 template <typename Accumulator>
 void storeCellsOf(uint8_t *dst, const Accumulator *line, int32_t dstW, int32_t pixelStride, double area) {
     for (int32_t i = 0; i < dstW; ++i)
-        for (int32_t k = 0; k < kChannels; ++k) {
-            const double v = static_cast<double>(line[kChannels * i + k]) * area + 0.5;
-            dst[i * pixelStride + k] = static_cast<uint8_t>(truncateToInt32(v) & 0xFF);
-        }
+        for (int32_t k = 0; k < kChannels; ++k)
+            dst[i * pixelStride + k] = superStoreCell(static_cast<double>(line[kChannels * i + k]), area);
 }
 
 }  // namespace
+
+uint8_t superStoreCell(double cell, double area) {
+    return static_cast<uint8_t>(truncateToInt32(cell * area + 0.5) & 0xFF);
+}
 
 void superAddRow(uint32_t *line, const uint8_t *row, int32_t span, int32_t pixelStride) {
     addRowOf(line, row, span, pixelStride);

@@ -160,11 +160,129 @@ void superStoreFloat_ssse3(uint8_t *dst, const float *line, int32_t dstW, int32_
     storeCells(dst, line, dstW, pixelStride, area);
 }
 
+namespace {
+
+// The multiply that scales a cell sum S to its byte, ((S + offset) * multiplier) >> 16, as the high
+// half of an unsigned 16-bit product; found once per call and checked against the store rule for
+// every sum up to largest.
+struct CellScale {
+    int32_t offset, multiplier;
+};
+
+bool findCellScale(int32_t largest, double area, CellScale *scale) {
+    const auto centre = static_cast<int32_t>(area * 65536.0);
+    const auto halfOffset = static_cast<int32_t>(0.5 / area);
+    for (int32_t multiplier = std::max(centre - 4, 1); multiplier <= std::min(centre + 4, 65535); ++multiplier) {
+        for (int32_t offset = std::max(halfOffset - 3, 0); offset <= halfOffset + 3; ++offset) {
+            if (largest + offset > 65535) break;
+            bool fits = true;
+            for (int32_t sum = 0; fits && sum <= largest; ++sum)
+                fits = ((sum + offset) * int64_t{multiplier}) >> 16 == superStoreCell(sum, area);
+            if (fits) {
+                *scale = {offset, multiplier};
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// A step is eight output pixels, 24 samples in three registers in output order. For each register,
+// the bytes of its samples' taps lie within kLoads sixteen-byte loads from its first byte; a byte
+// shuffle per load and pair of taps gathers (tap 2q, tap 2q + 1) pairs, a lone last tap with 0.
+template <int32_t kBlockX>
+struct CellSteps {
+    static constexpr int32_t kLoads = kBlockX == 4 ? 3 : 2;
+    static constexpr int32_t kPairs = (kBlockX + 1) / 2;
+    int32_t first[3];      // the register's first byte, from the step's
+    __m128i gather[3][kLoads][kPairs];
+    int32_t reach;  // the bytes a step's loads read from its first byte
+
+    CellSteps() {
+        reach = 0;
+        for (int32_t j = 0; j < 3; ++j) {
+            first[j] = 3 * kBlockX * (8 * j / 3) + 8 * j % 3;
+            reach = std::max(reach, first[j] + 16 * kLoads);
+            for (int32_t l = 0; l < kLoads; ++l)
+                for (int32_t q = 0; q < kPairs; ++q) {
+                    alignas(16) uint8_t lanes[16];
+                    for (int32_t b = 0; b < 16; ++b) {
+                        const int32_t s = 8 * j + b / 2, t = 2 * q + b % 2;
+                        const int32_t at = 3 * kBlockX * (s / 3) + 3 * t + s % 3 - first[j] - 16 * l;
+                        lanes[b] = t < kBlockX && at >= 0 && at < 16 ? static_cast<uint8_t>(at) : 0x80;
+                    }
+                    gather[j][l][q] = _mm_load_si128(reinterpret_cast<const __m128i *>(lanes));
+                }
+        }
+    }
+};
+
+template <int32_t kBlockX>
+void integralCells(const SuperJob &job, int32_t blockY, CellScale scale) {
+    const CellSteps<kBlockX> steps;
+    const __m128i ones = _mm_set1_epi8(1);
+    const __m128i offset = _mm_set1_epi16(static_cast<int16_t>(scale.offset));
+    const __m128i multiplier = _mm_set1_epi16(static_cast<int16_t>(scale.multiplier));
+    const int64_t rowBytes = 3 * int64_t{job.span};  // what the plain passes read of a row
+    const auto cellSum = [&](const uint8_t *cell, int32_t k) {
+        int32_t sum = 0;
+        for (int32_t r = 0; r < blockY; ++r)
+            for (int32_t t = 0; t < kBlockX; ++t) sum += cell[r * int64_t{job.srcStep} + 3 * t + k];
+        return static_cast<uint8_t>(((sum + scale.offset) * int64_t{scale.multiplier}) >> 16);
+    };
+    for (int32_t y = 0; y < job.dstH; ++y) {
+        const uint8_t *rows = job.src + int64_t{y} * blockY * job.srcStep;
+        uint8_t *out = job.dst + int64_t{y} * job.dstStep;
+        int32_t p = 0;
+        for (; p + 8 <= job.dstW && 3 * kBlockX * int64_t{p} + steps.reach <= rowBytes; p += 8) {
+            __m128i sums[3];
+            for (int32_t j = 0; j < 3; ++j) {
+                __m128i sum = _mm_setzero_si128();
+                const uint8_t *at = rows + 3 * kBlockX * p + steps.first[j];
+                for (int32_t r = 0; r < blockY; ++r, at += job.srcStep) {
+                    __m128i loads[CellSteps<kBlockX>::kLoads];
+                    for (int32_t l = 0; l < CellSteps<kBlockX>::kLoads; ++l) loads[l] = loadBytes(at + 16 * l);
+                    for (int32_t q = 0; q < CellSteps<kBlockX>::kPairs; ++q) {
+                        __m128i pairs = _mm_shuffle_epi8(loads[0], steps.gather[j][0][q]);
+                        for (int32_t l = 1; l < CellSteps<kBlockX>::kLoads; ++l)
+                            pairs = _mm_or_si128(pairs, _mm_shuffle_epi8(loads[l], steps.gather[j][l][q]));
+                        sum = _mm_add_epi16(sum, _mm_maddubs_epi16(pairs, ones));
+                    }
+                }
+                sums[j] = _mm_mulhi_epu16(_mm_add_epi16(sum, offset), multiplier);
+            }
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 3 * p), _mm_packus_epi16(sums[0], sums[1]));
+            _mm_storel_epi64(reinterpret_cast<__m128i *>(out + 3 * p + 16), _mm_packus_epi16(sums[2], sums[2]));
+        }
+        // The pixels left, whose loads would pass the bytes the plain passes read.
+        for (; p < job.dstW; ++p)
+            for (int32_t k = 0; k < 3; ++k) out[3 * p + k] = cellSum(rows + 3 * kBlockX * int64_t{p}, k);
+    }
+}
+
+}  // namespace
+
+bool superIntegralCells_ssse3(const SuperJob &job) {
+    const auto blockX = static_cast<int64_t>(std::floor(job.invX));
+    const auto blockY = static_cast<int64_t>(std::floor(job.invY));
+    // Every cell whole and inside the rows and the span, and every sum within 16 bits.
+    if (job.pixelStride != 3 || blockX < 2 || blockX > 4 || blockY < 1 || blockX * blockY > 256 ||
+        job.dstW * blockX > job.span || job.dstH * blockY > job.rowsLeft)
+        return false;
+    CellScale scale;
+    if (!findCellScale(static_cast<int32_t>(255 * blockX * blockY), job.area, &scale)) return false;
+    const auto rows = static_cast<int32_t>(blockY);
+    if (blockX == 2) integralCells<2>(job, rows, scale);
+    if (blockX == 3) integralCells<3>(job, rows, scale);
+    if (blockX == 4) integralCells<4>(job, rows, scale);
+    return true;
+}
+
 PxStatus superC3_ssse3(const SuperJob &job) {
     static constexpr SuperPasses kPasses = {
         superAddRow_ssse3,        superAddRowFloat_ssse3,        superAddRowWeighted_ssse3,
         superCollapseWhole_ssse3, superCollapseWholeFloat_ssse3, superCollapseFraction_ssse3,
-        superStore_ssse3,         superStoreFloat_ssse3};
+        superStore_ssse3,         superStoreFloat_ssse3,         superIntegralCells_ssse3};
     return superEngine(kPasses, job);
 }
 
