@@ -4,6 +4,7 @@
 // same work.
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench_cases.h"
@@ -43,22 +44,6 @@ struct Planes {
     uint8_t *pointers[3];
     int32_t steps[3] = {yStep, cStep, cStep};
 };
-
-void rgbToYuv(benchmark::State &state, PxSize size) {
-    const std::vector<uint8_t> &rgb = randomBytes(bytesC3(size));
-    Planes planes(size);
-    timeCalls(state, planes.written(), [&] {
-        benchmark::DoNotOptimize(pxRgbToYuv420(rgb.data(), 3 * size.width, planes.pointers, planes.steps, size));
-    });
-}
-
-void yuvToRgb(benchmark::State &state, PxSize size) {
-    const Planes planes(size);
-    std::vector<uint8_t> rgb(bytesC3(size));
-    timeCalls(state, bytesC3(planes.even), [&] {
-        benchmark::DoNotOptimize(pxYuv420ToRgb(planes.pointers, planes.steps, rgb.data(), 3 * size.width, size));
-    });
-}
 
 #if defined(KX_BENCH_LIBYUV)
 void libyuvRgbToYuv(benchmark::State &state, PxSize size) {
@@ -143,26 +128,35 @@ template <class Run> auto at(PxSize size, Run run) {
     return [=](benchmark::State &state) { run(state, size); };
 }
 
+// The peers of each conversion, on the frame's size; a peer that is not built has none.
+using Peer = void (*)(benchmark::State &, PxSize);
+#if !defined(KX_BENCH_LIBYUV)
+constexpr Peer libyuvRgbToYuv = nullptr, libyuvYuvToRgb = nullptr;
+#endif
+#if !defined(KX_BENCH_OPENCV)
+constexpr Peer opencvRgbToYuv = nullptr, opencvYuvToRgb = nullptr;
+#endif
+#if !defined(KX_BENCH_SWSCALE)
+constexpr Peer swscaleRgbToYuv = nullptr, swscaleYuvToRgb = nullptr;
+#endif
+struct Conversion {
+    const char *family;
+    Peer libyuv, opencv, swscale;
+};
+
 [[maybe_unused]] const bool registered = [] {
-    for (const PxSize size : kFrameSizes) {
-        const PxSize even{size.width & ~1, size.height & ~1};
-        const std::string toYuv = "rgb_to_yuv420/" + sizeName(size), toRgb = "yuv420_to_rgb/" + sizeName(size);
-        addLevels(toYuv, at(size, rgbToYuv));
-        addLevels(toRgb, at(size, yuvToRgb));
-#if defined(KX_BENCH_LIBYUV)
-        add(toYuv + "/libyuv", at(size, libyuvRgbToYuv));
-        add(toRgb + "/libyuv", at(size, libyuvYuvToRgb));
-#endif
-#if defined(KX_BENCH_OPENCV)
-        add(toYuv + "/opencv", at(size, opencvRgbToYuv));
-        add(toRgb + "/opencv", at(size, opencvYuvToRgb));
-#endif
-#if defined(KX_BENCH_SWSCALE)
-        add(toYuv + "/swscale", at(size, swscaleRgbToYuv));
-        add(toRgb + "/swscale", at(size, swscaleYuvToRgb));
-#endif
-        addMemcpy(toYuv, size_t(even.width) * even.height * 3 / 2);
-        addMemcpy(toRgb, bytesC3(even));
+    static const Conversion conversions[] = {
+        {"rgb_to_yuv420", libyuvRgbToYuv, opencvRgbToYuv, swscaleRgbToYuv},
+        {"yuv420_to_rgb", libyuvYuvToRgb, opencvYuvToRgb, swscaleYuvToRgb},
+    };
+    for (const Conversion &conversion : conversions) {
+        addFamily(conversion.family, [&conversion](const std::string &group, const kx::cases::Geometry &g) {
+            const PxSize size{g.width, g.height};
+            const std::pair<const char *, Peer> peers[] = {
+                {"libyuv", conversion.libyuv}, {"opencv", conversion.opencv}, {"swscale", conversion.swscale}};
+            for (const auto &[name, peer] : peers)
+                if (peer) add(group + "/" + name, at(size, peer));
+        });
     }
     return true;
 }();

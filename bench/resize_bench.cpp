@@ -1,10 +1,11 @@
-// pxResizeC3: nearest and linear on camera frames scaled to the painting window, beside libyuv's
-// RGBScale and OpenCV's cv::resize doing the same scaling; cubic and Lanczos beside cv::resize's
-// filters of the same name, and supersampling beside its INTER_AREA and libyuv's box filter on the
-// three planes. swscale's filter of each kind (for linear, also its fast bilinear) and a memcpy of
-// the output bytes sit beside each case.
+// pxResizeC3's cases on the frames they name: nearest and linear on camera frames scaled to the
+// painting window, beside libyuv's RGBScale and OpenCV's cv::resize doing the same scaling; cubic
+// and Lanczos beside cv::resize's filters of the same name, and supersampling beside its INTER_AREA
+// and libyuv's box filter on the three planes. swscale's filter of each kind (for linear, also its
+// fast bilinear) and a memcpy of the output bytes sit beside each case.
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench_cases.h"
@@ -26,22 +27,6 @@ namespace {
 struct Scaling {
     PxSize from, to;
 };
-
-// A camera frame of each size into the 800x600 window of the client's frame, and D1 doubled.
-constexpr Scaling kScalings[] = {{{352, 288}, {800, 600}},  {{720, 576}, {800, 600}},  {{720, 576}, {1600, 1200}},
-                                 {{1280, 720}, {800, 600}}, {{1920, 1080}, {800, 600}}, {{717, 576}, {799, 600}}};
-
-void resizeC3(benchmark::State &state, Scaling s, int32_t interpolation) {
-    const std::vector<uint8_t> &src = randomBytes(bytesC3(s.from));
-    std::vector<uint8_t> dst(bytesC3(s.to));
-    const PxRect rect{0, 0, s.from.width, s.from.height};
-    const double fx = static_cast<double>(s.to.width) / s.from.width;
-    const double fy = static_cast<double>(s.to.height) / s.from.height;
-    timeCalls(state, dst.size(), [&] {
-        benchmark::DoNotOptimize(pxResizeC3(src.data(), s.from, 3 * s.from.width, rect, dst.data(), 3 * s.to.width,
-                                            s.to, fx, fy, interpolation));
-    });
-}
 
 #if defined(KX_BENCH_LIBYUV)
 void libyuvScale(benchmark::State &state, Scaling s, libyuv::FilterMode filter) {
@@ -108,56 +93,38 @@ void addSwscale(const std::string &group, Scaling s, int32_t interpolation) {
 void addSwscale(const std::string &, Scaling, int32_t) {}
 #endif
 
-std::string groupName(const char *kernel, Scaling s) {
-    return std::string(kernel) + "/" + sizeName(s.from) + "_to_" + sizeName(s.to);
-}
-
-void addKestrix(const std::string &group, Scaling s, int32_t interpolation) {
-    addLevels(group, [=](benchmark::State &state) { resizeC3(state, s, interpolation); });
-    addMemcpy(group, bytesC3(s.to));
+// The peers' filters of the same kind: for nearest and linear libyuv's, for supersampling its box
+// filter; OpenCV's of the same name (its area filter for supersampling, its four-lobed Lanczos);
+// swscale's.
+void addPeers([[maybe_unused]] const std::string &group, [[maybe_unused]] Scaling s, int32_t interpolation) {
     addSwscale(group, s, interpolation);
-}
-
-// Nearest and linear with the peers' filters of the same name.
-void addWithPeers(const char *kernel, Scaling s, int32_t interpolation) {
-    const std::string group = groupName(kernel, s);
-    addKestrix(group, s, interpolation);
 #if defined(KX_BENCH_LIBYUV)
-    const libyuv::FilterMode filter = interpolation == PxNearest ? libyuv::kFilterNone : libyuv::kFilterBilinear;
-    add(group + "/libyuv", [=](benchmark::State &state) { libyuvScale(state, s, filter); });
+    if (interpolation == PxNearest || interpolation == PxLinear) {
+        const libyuv::FilterMode filter = interpolation == PxNearest ? libyuv::kFilterNone : libyuv::kFilterBilinear;
+        add(group + "/libyuv", [=](benchmark::State &state) { libyuvScale(state, s, filter); });
+    } else if (interpolation == PxSuper) {
+        add(group + "/libyuv", [=](benchmark::State &state) { libyuvBoxPlanes(state, s); });
+    }
 #endif
 #if defined(KX_BENCH_OPENCV)
-    const int cvInterpolation = interpolation == PxNearest ? cv::INTER_NEAREST : cv::INTER_LINEAR;
-    add(group + "/opencv", [=](benchmark::State &state) { opencvResize(state, s, cvInterpolation); });
-#endif
-}
-
-// Cubic, Lanczos and supersampling with OpenCV's filters of the same kind, and for supersampling
-// libyuv's box filter.
-void addFilterWithPeers(const char *kernel, Scaling s, int32_t interpolation) {
-    const std::string group = groupName(kernel, s);
-    addKestrix(group, s, interpolation);
-#if defined(KX_BENCH_LIBYUV)
-    if (interpolation == PxSuper) add(group + "/libyuv", [=](benchmark::State &state) { libyuvBoxPlanes(state, s); });
-#endif
-#if defined(KX_BENCH_OPENCV)
-    const int cvInterpolation = interpolation == PxCubic     ? cv::INTER_CUBIC
+    const int cvInterpolation = interpolation == PxNearest   ? cv::INTER_NEAREST
+                                : interpolation == PxLinear  ? cv::INTER_LINEAR
+                                : interpolation == PxCubic   ? cv::INTER_CUBIC
                                 : interpolation == PxLanczos ? cv::INTER_LANCZOS4
                                                              : cv::INTER_AREA;
     add(group + "/opencv", [=](benchmark::State &state) { opencvResize(state, s, cvInterpolation); });
 #endif
 }
 
-const bool registered = [] {
-    for (const Scaling &s : kScalings) {
-        addWithPeers("nearest", s, PxNearest);
-        addWithPeers("linear", s, PxLinear);
+// Each frame a resize case names is scaled to its window.
+[[maybe_unused]] const bool registered = [] {
+    const std::pair<const char *, int32_t> families[] = {
+        {"nearest", PxNearest}, {"linear", PxLinear}, {"cubic", PxCubic}, {"lanczos", PxLanczos}, {"super", PxSuper}};
+    for (const auto &[family, interpolation] : families) {
+        addFamily(family, [interpolation](const std::string &group, const kx::cases::Geometry &g) {
+            addPeers(group, {{g.width, g.height}, g.to}, interpolation);
+        });
     }
-    // The float filters on the road's size, beside OpenCV's cubic and four-lobed Lanczos.
-    addFilterWithPeers("cubic", kScalings[1], PxCubic);
-    addFilterWithPeers("lanczos", kScalings[1], PxLanczos);
-    // Supersampling only shrinks: 1080p to a third.
-    addFilterWithPeers("super", {{1920, 1080}, {640, 360}}, PxSuper);
     return true;
 }();
 

@@ -2,19 +2,24 @@
 // the result beside level 0, the reference. What a user runs when a result looks wrong on one
 // machine: it shows the level the library takes when it loads, and which level differs, by how much.
 //
-//   kestrix-levels [--size WIDTHxHEIGHT] [--repeat N] [image.bmp]
+//   kestrix-levels [--size WIDTHxHEIGHT] [--repeat N] [--all] [image.bmp]
 //
-// It uses the public kernel API alone (kestrix/px.h), so it reports whatever forms the library holds.
+// The cases are the ones the level harness and the benchmarks run: by default those the benchmarks
+// time, with --all every one. It uses the public kernel API alone (kestrix/px.h), so it reports
+// whatever forms the library holds; the cases that need more are left out.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <list>
 #include <string>
 #include <vector>
 
+#include "kernel_cases.h"
 #include "kestrix/px.h"
 
 namespace {
@@ -87,94 +92,41 @@ Image bmpImage(const char *path, std::string &error) {
     return image;
 }
 
-// One kernel call on the input, writing into out; out is the same size for every level.
-struct KernelCase {
-    const char *name;
-    size_t outBytes;
-    PxStatus (*run)(const Image &in, const std::vector<uint8_t> &aux, uint8_t *out);
+// Blocks for the cases on an image: every input takes the image's bytes, row after row and each row
+// from its start, wrapping at the image's ends, so that a block of another shape (a filter's margin,
+// a 4:2:0 plane) still holds the picture's content. Outputs start as a sentinel.
+class ImageBlocks final : public kx::cases::BlockSource {
+public:
+    explicit ImageBlocks(const Image &image) : image_(image) {}
+    kx::cases::Block input(int32_t rowBytes, int32_t rows, int32_t step) override {
+        const kx::cases::Block b = make(rowBytes, rows, step, 0);
+        const size_t imageRow = static_cast<size_t>(image_.step());
+        for (int32_t y = 0; y < rows; ++y) {
+            const uint8_t *from = &image_.bytes[(static_cast<size_t>(y) % image_.height) * imageRow];
+            uint8_t *to = b.data + static_cast<size_t>(y) * step;
+            for (int32_t x = 0; x < rowBytes; ++x) to[x] = from[static_cast<size_t>(x) % imageRow];
+        }
+        return b;
+    }
+    kx::cases::Block output(int32_t rowBytes, int32_t rows, int32_t step) override {
+        return make(rowBytes, rows, step, 0xA5);
+    }
+
+private:
+    kx::cases::Block make(int32_t rowBytes, int32_t rows, int32_t step, uint8_t fill) {
+        const size_t bytes = kx::cases::blockBytes(rowBytes, rows, step);
+        blocks_.emplace_back(std::max<size_t>(bytes, 1), fill);
+        return {blocks_.back().data(), step, bytes};
+    }
+    const Image &image_;
+    std::list<std::vector<uint8_t>> blocks_;  // a list: blocks stay where they are as more are made
 };
 
-// 4:2:0 planes of an image, one after another in one block: Y, then U, then V.
-struct Planes {
-    int32_t steps[3];
-    size_t offsets[3];
-    size_t bytes;
-};
-
-Planes planesOf(const Image &in) {
-    const int32_t cw = (in.width + 1) / 2, ch = (in.height + 1) / 2;
-    const size_t y = static_cast<size_t>(in.width) * in.height, c = static_cast<size_t>(cw) * ch;
-    return {{in.width, cw, cw}, {0, y, y + c}, y + 2 * c};
-}
-
-PxStatus resize(const Image &in, uint8_t *out, int32_t interpolation) {
-    const PxSize outSize{in.width * 3 / 4 + 1, in.height * 3 / 4 + 1};
-    return pxResizeC3(in.bytes.data(), {in.width, in.height}, in.step(), {0, 0, in.width, in.height}, out,
-                      outSize.width * 3, outSize, 0.75, 0.75, interpolation);
-}
-
-size_t resizeBytes(const Image &in) {
-    return static_cast<size_t>(in.width * 3 / 4 + 1) * 3 * static_cast<size_t>(in.height * 3 / 4 + 1);
-}
-
-// Regions of the filters leave a one-pixel margin, which the 3 x 3 windows read.
-PxSize innerSize(const Image &in) { return {std::max(1, in.width - 2), std::max(1, in.height - 2)}; }
-const uint8_t *innerOrigin(const Image &in) { return in.bytes.data() + in.step() + 3; }
-
-std::vector<KernelCase> kernelCases(const Image &image) {
-    const size_t rgb = image.bytes.size(), plane = static_cast<size_t>(image.width) * image.height;
-    return {
-        {"pxFilterC3 box 3x3 / 9", rgb,
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) {
-             static const int32_t box[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
-             return pxFilterC3(innerOrigin(in), in.step(), out, in.step(), innerSize(in), box, {3, 3}, {1, 1}, 9);
-         }},
-        {"pxSharpenC3", rgb,
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) {
-             return pxSharpenC3(innerOrigin(in), in.step(), out, in.step(), innerSize(in));
-         }},
-        {"pxCopyC1", rgb,
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) {
-             return pxCopyC1(in.bytes.data(), in.step(), out, in.step(), {in.step(), in.height});
-         }},
-        {"pxResizeC3 nearest x0.75", resizeBytes(image),
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) { return resize(in, out, PxNearest); }},
-        {"pxResizeC3 linear x0.75", resizeBytes(image),
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) { return resize(in, out, PxLinear); }},
-        {"pxResizeC3 cubic x0.75", resizeBytes(image),
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) { return resize(in, out, PxCubic); }},
-        {"pxResizeC3 lanczos x0.75", resizeBytes(image),
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) { return resize(in, out, PxLanczos); }},
-        {"pxResizeC3 super x0.75", resizeBytes(image),
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) { return resize(in, out, PxSuper); }},
-        {"pxRgbToYuv420", planesOf(image).bytes,
-         [](const Image &in, const std::vector<uint8_t> &, uint8_t *out) {
-             const Planes p = planesOf(in);
-             uint8_t *const planes[3] = {out + p.offsets[0], out + p.offsets[1], out + p.offsets[2]};
-             return pxRgbToYuv420(in.bytes.data(), in.step(), planes, p.steps, {in.width, in.height});
-         }},
-        {"pxYuv420ToRgb", rgb,
-         [](const Image &in, const std::vector<uint8_t> &yuv, uint8_t *out) {
-             const Planes p = planesOf(in);
-             const uint8_t *const planes[3] = {yuv.data() + p.offsets[0], yuv.data() + p.offsets[1],
-                                               yuv.data() + p.offsets[2]};
-             return pxYuv420ToRgb(planes, p.steps, out, in.step(), {in.width, in.height});
-         }},
-        {"pxDeinterlaceEdge", plane,
-         [](const Image &in, const std::vector<uint8_t> &yuv, uint8_t *out) {
-             // The luminance plane, as the field processing of the exports hands it over; copyLine
-             // keeps every read inside the plane.
-             return pxDeinterlaceEdge(yuv.data(), in.width, out, in.width, {in.width, in.height}, 1, 1);
-         }},
-    };
-}
-
-double secondsOf(const KernelCase &kernel, const Image &in, const std::vector<uint8_t> &aux, uint8_t *out,
-                 int repeat, PxStatus &status) {
+double bestSeconds(const std::function<PxStatus()> &call, int repeat) {
     double best = 1e30;
     for (int r = 0; r < repeat; ++r) {
         const auto start = std::chrono::steady_clock::now();
-        status = kernel.run(in, aux, out);
+        call();
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
         best = std::min(best, took.count());
     }
@@ -182,13 +134,14 @@ double secondsOf(const KernelCase &kernel, const Image &in, const std::vector<ui
 }
 
 int usage() {
-    std::fprintf(stderr, "usage: kestrix-levels [--size WIDTHxHEIGHT] [--repeat N] [image.bmp]\n");
+    std::fprintf(stderr, "usage: kestrix-levels [--size WIDTHxHEIGHT] [--repeat N] [--all] [image.bmp]\n");
     return 2;
 }
 
 struct Options {
     int32_t width = 1280, height = 720;
     int repeat = 5;
+    bool all = false;
     const char *path = nullptr;
 };
 
@@ -203,6 +156,8 @@ bool parseOptions(int argc, char **argv, Options &options) {
         } else if (arg == "--repeat" && i + 1 < argc) {
             options.repeat = std::atoi(argv[++i]);
             if (options.repeat < 1) return false;
+        } else if (arg == "--all") {
+            options.all = true;
         } else if (!arg.empty() && arg[0] != '-' && !options.path) {
             options.path = argv[i];
         } else {
@@ -238,26 +193,27 @@ Levels reportLevels() {
     return levels;
 }
 
-// Y, U and V planes of the input at level 0, the input of the conversion back and of the deinterlace.
-std::vector<uint8_t> planesAtLevelZero(const Image &in) {
-    pxSetLevel(0);
-    const Planes p = planesOf(in);
-    std::vector<uint8_t> yuv(p.bytes);
-    uint8_t *const planes[3] = {yuv.data() + p.offsets[0], yuv.data() + p.offsets[1], yuv.data() + p.offsets[2]};
-    pxRgbToYuv420(in.bytes.data(), in.step(), planes, p.steps, {in.width, in.height});
-    return yuv;
+// The output blocks of one call, one after another.
+std::vector<uint8_t> outputBytes(const kx::cases::Prepared &prepared) {
+    std::vector<uint8_t> bytes;
+    for (const kx::cases::Block &b : prepared.outputs) bytes.insert(bytes.end(), b.data, b.data + b.size);
+    return bytes;
 }
 
 // One row per level: the status, the largest difference and the bytes that differ from level 0,
-// and the best time. Every level writes over the same sentinel, so bytes written at one level only
-// count too.
-void reportKernel(const KernelCase &kernel, const Image &in, const std::vector<uint8_t> &yuv,
-                  const std::vector<int32_t> &levels, int repeat) {
-    std::vector<uint8_t> reference(kernel.outBytes, 0xA5), out(kernel.outBytes);
+// and the best time. Every level starts from fresh blocks of the same content and sentinel, so
+// bytes written at one level only count too. False when the case cannot run through this API.
+bool reportCase(const kx::cases::KernelCase &kernelCase, const Image &in, const std::vector<int32_t> &levels,
+                int repeat) {
+    const kx::cases::Geometry geometry{in.width, in.height};
+    std::vector<uint8_t> reference;
     for (const int32_t level : levels) {
         pxSetLevel(level);
-        std::fill(out.begin(), out.end(), uint8_t{0xA5});
-        PxStatus status = kernel.run(in, yuv, out.data());
+        ImageBlocks blocks(in);
+        const kx::cases::Prepared prepared = kernelCase.prepare(geometry, blocks, kx::cases::Entries{});
+        if (!prepared.call) return false;
+        const PxStatus status = prepared.call();
+        const std::vector<uint8_t> out = outputBytes(prepared);
         if (level == 0) reference = out;
         int largest = 0;
         size_t differing = 0;
@@ -266,10 +222,11 @@ void reportKernel(const KernelCase &kernel, const Image &in, const std::vector<u
             largest = std::max(largest, d);
             differing += d != 0;
         }
-        const double seconds = secondsOf(kernel, in, yuv, out.data(), repeat, status);
-        std::printf("%-26s %5d %6d %13d %15zu %12.1f\n", kernel.name, level, status, largest, differing,
-                    seconds * 1e6);
+        const std::string name = std::string(kernelCase.call) + " " + kernelCase.name;
+        std::printf("%-44s %5d %6d %13d %15zu %12.1f\n", name.c_str(), level, status, largest, differing,
+                    bestSeconds(prepared.call, repeat) * 1e6);
     }
+    return true;
 }
 
 }  // namespace
@@ -292,10 +249,10 @@ int main(int argc, char **argv) {
     const Levels levels = reportLevels();
     std::printf("input: %s %d x %d, best of %d runs\n\n", options.path ? options.path : "generated", in.width,
                 in.height, options.repeat);
-    const std::vector<uint8_t> yuv = planesAtLevelZero(in);
-    std::printf("%-26s %5s %6s %13s %15s %12s\n", "kernel", "level", "status", "largest diff", "differing bytes",
-                "time (us)");
-    for (const KernelCase &kernel : kernelCases(in)) reportKernel(kernel, in, yuv, levels.runnable, options.repeat);
+    std::printf("%-44s %5s %6s %13s %15s %12s\n", "kernel case", "level", "status", "largest diff",
+                "differing bytes", "time (us)");
+    for (const kx::cases::KernelCase &kernelCase : kx::cases::kernelCases())
+        if (options.all || !kernelCase.frames.empty()) reportCase(kernelCase, in, levels.runnable, options.repeat);
     pxSetLevel(levels.atLoad);
     return 0;
 }
