@@ -58,13 +58,15 @@ TEST(BmpGetYDc, NoWholePixelGivesZeroAndPartOfOneIsNotRead) {
     EXPECT_EQ(BmpGetYDc(nullptr, 300), 0);
 }
 
-// The vector sum against the plain one for every one of the 2^24 pixels: each pixel fills two groups
-// of sixteen, so that it stands in every lane of the vector path, and a tail of three that the plain
-// rule takes.
-TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
-    if (!kx::test::LevelScope().set(1)) GTEST_SKIP() << "no SSSE3 here";
+// The vector sums against the plain one for every one of the 2^24 pixels: each pixel fills the
+// groups of each form (two of sixteen, one of thirty-two), so that it stands in every lane, and a
+// tail of three that the plain rule takes.
+TEST(BmpGetYDc, VectorSumsEqualPlainSumForEveryPixel) {
+    const kx::test::LevelScope scope;
+    const bool ssse3 = scope.set(1), avx2 = scope.set(4);
+    if (!ssse3) GTEST_SKIP() << "no SSSE3 here";
     uint8_t run[3 * 35];
-    uint32_t mismatches = 0;
+    uint32_t mismatches[2] = {};
     for (uint32_t rgb = 0; rgb < (1u << 24); ++rgb) {
         for (uint32_t k = 0; k < sizeof run / 3; ++k) {
             run[3 * k] = static_cast<uint8_t>(rgb >> 16);
@@ -72,9 +74,11 @@ TEST(BmpGetYDc, VectorSumEqualsPlainSumForEveryPixel) {
             run[3 * k + 2] = static_cast<uint8_t>(rgb);
         }
         const uint32_t want = 35 * uint32_t{px::lumaOfPixel(run)};
-        if (px::lumaSum_ssse3(run, 35) != want) ++mismatches;
+        if (px::lumaSum_ssse3(run, 35) != want) ++mismatches[0];
+        if (avx2 && px::lumaSum_avx2(run, 35) != want) ++mismatches[1];
     }
-    EXPECT_EQ(mismatches, 0u);
+    EXPECT_EQ(mismatches[0], 0u) << "SSSE3";
+    EXPECT_EQ(mismatches[1], 0u) << "AVX2";
 }
 
 // A null variable makes any stepper a call that moves nothing and reports 0; the others keep their

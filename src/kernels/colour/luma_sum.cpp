@@ -5,9 +5,8 @@
 namespace px {
 namespace {
 
-// The vector form needs SSSE3 only; wider registers would gain little over a sum this cheap.
 const DispatchTable<uint32_t(const uint8_t *, uint32_t)> lumaSumTable = {lumaSum_ref, lumaSum_ssse3, lumaSum_ssse3,
-                                                                         lumaSum_ssse3, lumaSum_ssse3};
+                                                                         lumaSum_ssse3, lumaSum_avx2};
 
 }  // namespace
 

@@ -16,7 +16,10 @@ uint32_t lumaSum(const uint8_t *pixels, uint32_t count);
 // Level 0, the plain rule.
 uint32_t lumaSum_ref(const uint8_t *pixels, uint32_t count);
 
-// Levels 1 to 4: sixteen pixels at a time (SSSE3), and the plain rule for the rest.
+// Levels 1 to 3: sixteen pixels at a time (SSSE3), and the plain rule for the rest.
 uint32_t lumaSum_ssse3(const uint8_t *pixels, uint32_t count);
+
+// Level 4: thirty-two pixels at a time (AVX2), and the SSSE3 form for the rest.
+uint32_t lumaSum_avx2(const uint8_t *pixels, uint32_t count);
 
 }  // namespace px
