@@ -37,7 +37,7 @@ namespace {
 
 const DispatchTable<PxStatus(const uint8_t *, int32_t, uint8_t *, int32_t, PxSize, int32_t, int32_t)>
     deinterlaceEdgeTable = {pxDeinterlaceEdge_ref, pxDeinterlaceEdge_ssse3, pxDeinterlaceEdge_ssse3,
-                            pxDeinterlaceEdge_ssse3, pxDeinterlaceEdge_avx2};
+                            pxDeinterlaceEdge_sse41, pxDeinterlaceEdge_avx2};
 
 }  // namespace
 }  // namespace px

@@ -32,8 +32,11 @@ PxStatus pxDeinterlaceEdge_ref(const uint8_t *src, int32_t srcStep, uint8_t *dst
 // Compiled for SSSE3: forms of level 1 and above may call it.
 void deinterlaceEdgeColumns_ssse3(const uint8_t *upper, const uint8_t *lower, uint8_t *dst, int32_t x0, int32_t x1);
 
-// Levels 1 to 3, and 4: the same bytes, 16 or 32 columns at a time, and a height of 1 is accepted.
+// Levels 1 and 2 (SSSE3), 3 (SSE4.1) and 4 (AVX2): the same bytes, 16 or 32 columns at a time, and a
+// height of 1 is accepted.
 PxStatus pxDeinterlaceEdge_ssse3(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
+                                 int32_t field, int32_t copyLine);
+PxStatus pxDeinterlaceEdge_sse41(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                                  int32_t field, int32_t copyLine);
 PxStatus pxDeinterlaceEdge_avx2(const uint8_t *src, int32_t srcStep, uint8_t *dst, int32_t dstStep, PxSize size,
                                 int32_t field, int32_t copyLine);

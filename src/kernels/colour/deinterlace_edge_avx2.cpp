@@ -9,10 +9,8 @@ namespace {
 
 __m256i absDiff(__m256i a, __m256i b) { return _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a)); }
 
-// All ones where a < b as unsigned bytes: where the larger of the two is not a.
-__m256i lessThan(__m256i a, __m256i b) {
-    return _mm256_andnot_si256(_mm256_cmpeq_epi8(_mm256_max_epu8(a, b), a), _mm256_set1_epi8(-1));
-}
+// All ones where a >= b as unsigned bytes: where the larger of the two is a.
+__m256i atLeast(__m256i a, __m256i b) { return _mm256_cmpeq_epi8(_mm256_max_epu8(a, b), a); }
 
 __m256i load(const uint8_t *p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)); }
 
@@ -26,15 +24,14 @@ void deinterlaceEdgeRow_avx2(const uint8_t *upper, const uint8_t *lower, const u
         const __m256i um = load(upper + x - 1), u0 = load(upper + x), up = load(upper + x + 1);
         const __m256i lm = load(lower + x - 1), l0 = load(lower + x), lp = load(lower + x + 1);
         const __m256i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
-        const __m256i fallingFirst = lessThan(dA, dB);
-        const __m256i falling = _mm256_and_si256(fallingFirst, lessThan(dA, dV));
-        const __m256i rising = _mm256_andnot_si256(fallingFirst, lessThan(dB, dV));
-        __m256i mean = _mm256_avg_epu8(u0, l0);
-        mean = _mm256_blendv_epi8(mean, _mm256_avg_epu8(um, lp), falling);
-        mean = _mm256_blendv_epi8(mean, _mm256_avg_epu8(up, lm), rising);
+        // The nearer diagonal, the rising one on a tie, against the vertical, which wins its ties.
+        const __m256i risingNearer = atLeast(dA, dB);
+        const __m256i vertical = atLeast(_mm256_min_epu8(dA, dB), dV);
+        const __m256i diagonal = _mm256_blendv_epi8(_mm256_avg_epu8(um, lp), _mm256_avg_epu8(up, lm), risingNearer);
+        const __m256i mean = _mm256_blendv_epi8(diagonal, _mm256_avg_epu8(u0, l0), vertical);
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(dst + x), mean);
     }
-    // The rest, 16 columns at a time and then one by one, as level 3 does it.
+    // The rest, 16 columns at a time and then one by one, as levels 1 and 2 do it.
     deinterlaceEdgeColumns_ssse3(upper, lower, dst, x, width - 1);
 }
 

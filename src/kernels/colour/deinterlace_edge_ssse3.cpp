@@ -1,6 +1,5 @@
-// Levels 1 to 3 of the edge-directed deinterlace: 16 columns at a time, the plain rule at a row's
-// ends. Every column is independent, so the bytes are the reference's. SSE4.1's byte blend saves
-// too little here to be worth a form of its own.
+// Levels 1 and 2 of the edge-directed deinterlace: 16 columns at a time, the plain rule at a row's
+// ends. Every column is independent, so the bytes are the reference's.
 #include <tmmintrin.h>
 
 #include "kernels/colour/deinterlace_edge.h"
@@ -35,14 +34,13 @@ void deinterlaceEdgeColumns_ssse3(const uint8_t *upper, const uint8_t *lower, ui
         const __m128i um = load(upper + at - 1), u0 = load(upper + at), up = load(upper + at + 1);
         const __m128i lm = load(lower + at - 1), l0 = load(lower + at), lp = load(lower + at + 1);
         const __m128i dA = absDiff(um, lp), dB = absDiff(up, lm), dV = absDiff(u0, l0);
-        // The falling diagonal is the candidate only where it is strictly nearer than the rising
-        // one; either candidate must then beat the vertical strictly.
-        const __m128i risingFirst = atLeast(dA, dB);
-        const __m128i notFalling = _mm_or_si128(risingFirst, atLeast(dA, dV));
-        const __m128i rising = _mm_andnot_si128(atLeast(dB, dV), risingFirst);
+        // The nearer diagonal, the rising one on a tie, against the vertical, which wins its ties:
+        // the plain rule's two steps in the other order.
+        const __m128i risingNearer = atLeast(dA, dB);
+        const __m128i vertical = atLeast(_mm_min_epu8(dA, dB), dV);
         // The byte average rounds half up, as (p + q + 1) >> 1 does.
-        __m128i mean = select(notFalling, _mm_avg_epu8(u0, l0), _mm_avg_epu8(um, lp));
-        mean = select(rising, _mm_avg_epu8(up, lm), mean);
+        const __m128i diagonal = select(risingNearer, _mm_avg_epu8(up, lm), _mm_avg_epu8(um, lp));
+        const __m128i mean = select(vertical, _mm_avg_epu8(u0, l0), diagonal);
         _mm_storeu_si128(reinterpret_cast<__m128i *>(dst + at), mean);
     };
     for (; x + 16 <= x1; x += 16) sixteen(x);
