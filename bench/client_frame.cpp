@@ -29,6 +29,7 @@
 
 #include "kestrix.h"
 #include "kestrix/px.h"
+#include "x11_extension.h"
 
 namespace {
 
@@ -76,15 +77,7 @@ public:
     bool open() const { return connection_ != nullptr; }
 
     // Whether the server offers the shared-memory images the library paints through where it can.
-    bool sharedMemory() const {
-        if (!connection_) return false;
-        const char name[] = "MIT-SHM";
-        xcb_query_extension_reply_t *reply = xcb_query_extension_reply(
-            connection_, xcb_query_extension(connection_, sizeof(name) - 1, name), nullptr);
-        const bool present = reply && reply->present;
-        std::free(reply);
-        return present;
-    }
+    bool sharedMemory() const { return connection_ && kx::tools::serverOffers(connection_, "MIT-SHM"); }
 
     // The id the paint exports take; 0 without a display, which they accept and paint nothing for.
     int32_t window(int16_t x, int16_t y) {

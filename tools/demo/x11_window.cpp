@@ -1,6 +1,7 @@
 #include "x11_window.h"
 
 #include "child_process.h"
+#include "x11_extension.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -85,14 +86,7 @@ void X11Display::stopServer() {
     server_ = 0;
 }
 
-bool X11Display::offersSharedMemory() const {
-    const char name[] = "MIT-SHM";
-    xcb_query_extension_reply_t *reply = xcb_query_extension_reply(
-        connection_, xcb_query_extension(connection_, sizeof(name) - 1, name), nullptr);
-    const bool present = reply && reply->present;
-    std::free(reply);
-    return present;
-}
+bool X11Display::offersSharedMemory() const { return kx::tools::serverOffers(connection_, "MIT-SHM"); }
 
 X11Display::~X11Display() {
     if (connection_) xcb_disconnect(connection_);
