@@ -66,8 +66,10 @@ std::vector<uint8_t> run(const KernelCase &kernelCase, const Geometry &g, uint32
                          const kx::cases::Entries &entries = kEntries) {
     GuardedBlocks blocks(seed);
     const kx::cases::Prepared prepared = kernelCase.prepare(g, blocks, entries);
-    std::vector<uint8_t> bytes{uint8_t(prepared.call() & 0xFF)};
-    for (const Block &b : prepared.outputs) bytes.insert(bytes.end(), b.data, b.data + b.size);
+    // The status first: taken in the same expression as the bytes, the call might run after them.
+    const uint8_t status = uint8_t(prepared.call() & 0xFF);
+    std::vector<uint8_t> bytes = kx::cases::outputBytes(prepared);
+    bytes.insert(bytes.begin(), status);
     return bytes;
 }
 

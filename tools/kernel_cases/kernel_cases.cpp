@@ -10,6 +10,12 @@ size_t blockBytes(int32_t rowBytes, int32_t rows, int32_t step) {
     return rows > 0 ? size_t(step) * size_t(rows - 1) + size_t(rowBytes) : 0;
 }
 
+std::vector<uint8_t> outputBytes(const Prepared &prepared) {
+    std::vector<uint8_t> bytes;
+    for (const Block &b : prepared.outputs) bytes.insert(bytes.end(), b.data, b.data + b.size);
+    return bytes;
+}
+
 std::string frameName(const Geometry &frame) {
     const auto size = [](int32_t w, int32_t h) { return std::to_string(w) + "x" + std::to_string(h); };
     std::string name = size(frame.width, frame.height);

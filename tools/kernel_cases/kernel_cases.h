@@ -70,6 +70,9 @@ struct Prepared {
     size_t yardstickBytes = 0;
 };
 
+// Every byte of a prepared case's output blocks, in order.
+std::vector<uint8_t> outputBytes(const Prepared &prepared);
+
 struct KernelCase {
     std::string name;    // unique: "linear enlarge"
     const char *call;    // the kernel API it calls: "pxResizeC3"

@@ -193,13 +193,6 @@ Levels reportLevels() {
     return levels;
 }
 
-// The output blocks of one call, one after another.
-std::vector<uint8_t> outputBytes(const kx::cases::Prepared &prepared) {
-    std::vector<uint8_t> bytes;
-    for (const kx::cases::Block &b : prepared.outputs) bytes.insert(bytes.end(), b.data, b.data + b.size);
-    return bytes;
-}
-
 // One row per level: the status, the largest difference and the bytes that differ from level 0,
 // and the best time. Every level starts from fresh blocks of the same content and sentinel, so
 // bytes written at one level only count too. False when the case cannot run through this API.
@@ -213,7 +206,7 @@ bool reportCase(const kx::cases::KernelCase &kernelCase, const Image &in, const 
         const kx::cases::Prepared prepared = kernelCase.prepare(geometry, blocks, kx::cases::Entries{});
         if (!prepared.call) return false;
         const PxStatus status = prepared.call();
-        const std::vector<uint8_t> out = outputBytes(prepared);
+        const std::vector<uint8_t> out = kx::cases::outputBytes(prepared);
         if (level == 0) reference = out;
         int largest = 0;
         size_t differing = 0;
